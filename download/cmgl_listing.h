@@ -1,0 +1,26 @@
+// The phone's reply to "AT+CMGL=4" (TS 27.005 3.4.2, PDU mode): one "+CMGL: <index>,
+// <stat>,[<alpha>],<length>" header line per stored message, each followed by its PDU line.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pdu/sms_pdu.h"
+
+namespace tarnik {
+
+// Passes over one reply; the first looks at the text before the first header, so one
+// reply yields at most kMaxListingPasses - 1 messages.
+constexpr int kMaxListingPasses = 2048;
+// Stands for "no further header"; text past it is not looked at for the last entry.
+constexpr size_t kNoFurtherHeader = 65536;
+
+// Appends a record for every listed message that decodes, with its index and storage.
+void ParseCmglListing(std::string_view reply, std::vector<SmsPdu>& records,
+                      std::string_view storage);
+
+// What follows the first ':', trimmed of blanks and line ends; the text itself without one.
+std::string TextAfterColon(std::string_view text);
+
+}  // namespace tarnik

@@ -1,0 +1,182 @@
+#include "pdu/pdu_decoder.h"
+
+#include <cstdint>
+#include <ctime>
+
+#include "pdu/code_page.h"
+#include "pdu/hex_cursor.h"
+#include "pdu/pdu_fields.h"
+#include "pdu/septets.h"
+#include "pdu/sms_time.h"
+#include "pdu/status_report.h"
+
+namespace tarnik {
+
+const char kUnknownEncodingText[] = "Unknown encoding scheme, 8bit?";
+
+namespace {
+
+// The whole SMS is at most 140 octets of user data, 70 UCS-2 units; the text is gathered
+// as a NUL-terminated buffer of 512 units, so more than 511 units cannot be real input.
+constexpr size_t kMaxUcs2Units = 511;
+// A header of at most 255 octets holds at most 128 elements; the cap only bounds the walk.
+constexpr int kMaxHeaderElements = 1024;
+
+// TS 23.040 9.2.3.24.1 (8-bit reference) and 9.2.3.24.8 (16-bit reference).
+constexpr uint8_t kIeiConcat8 = 0x00;
+constexpr uint8_t kIeiConcat16 = 0x08;
+
+void WalkHeader(std::string_view header, SmsPdu& record) {
+    HexCursor cursor(header);
+    for (int element = 0; element < kMaxHeaderElements; ++element) {
+        uint8_t iei = 0;
+        uint8_t length = 0;
+        if (!cursor.ReadOctet(iei) || !cursor.ReadOctet(length)) return;
+        if (length < 1) return;  // a zero-length element ends the walk
+        HexCursor data(cursor.Rest());
+        uint8_t a = 0, b = 0, c = 0, d = 0;
+        if (iei == kIeiConcat8 && data.ReadOctet(a) && data.ReadOctet(b) && data.ReadOctet(c)) {
+            record.concat = true;
+            record.concatRef = a;
+            record.concatTotal = b;
+            record.concatSeq = c;
+        } else if (iei == kIeiConcat16 && data.ReadOctet(a) && data.ReadOctet(b) &&
+                   data.ReadOctet(c) && data.ReadOctet(d)) {
+            record.concat = true;
+            record.concatRef = a + 65536u * b;
+            record.concatTotal = c;
+            record.concatSeq = d;
+        }
+        if (!cursor.Skip(2u * length)) return;
+    }
+}
+
+// Returns false for UCS-2 text longer than the record can hold; the message is then
+// refused as a whole rather than shown cut.
+bool DecodeUcs2(std::string_view hex, std::string& text) {
+    const size_t units = hex.size() / 4;
+    if (units > kMaxUcs2Units) return false;
+    std::u16string wide;
+    wide.reserve(units);
+    for (size_t i = 0; i < units; ++i) {
+        const char16_t unit = static_cast<char16_t>(
+            HexPairValue(hex[4 * i], hex[4 * i + 1]) << 8 | HexPairValue(hex[4 * i + 2], hex[4 * i + 3]));
+        if (unit == 0) break;  // the text buffer is NUL-terminated
+        wide.push_back(unit);
+    }
+    text = NarrowFromUtf16(wide);
+    return true;
+}
+
+// User data shared by SMS-DELIVER and SMS-SUBMIT (TS 23.040 9.2.3.24). False when the
+// user data cannot be held by the record.
+bool DecodeUserData(std::string_view ud, SmsPdu& record) {
+    record.concat = false;
+    size_t headerOctets = 0;  // header length octet included
+    uint8_t h = 0;
+    if (record.firstOctet.udhi && HexCursor(ud).ReadOctet(h) && h >= 1) {
+        headerOctets = h + 1u;
+        WalkHeader(ud.substr(2, 2u * h), record);
+    }
+
+    switch (record.alphabet) {
+        case kAlphabetGsm7:
+            record.text = UnpackSeptets(ud, headerOctets);
+            break;
+        case kAlphabetUcs2: {
+            const std::string_view body =
+                2 * headerOctets < ud.size() ? ud.substr(2 * headerOctets) : std::string_view{};
+            if (!DecodeUcs2(body, record.text)) return false;
+            break;
+        }
+        default:
+            record.text = kUnknownEncodingText;
+            break;
+    }
+    // A padding septet decodes to '@'; so does a real trailing one, which is lost with it.
+    while (!record.text.empty() && record.text.back() == '@') record.text.pop_back();
+    return true;
+}
+
+}  // namespace
+
+SmsPdu DecodePdu(std::string hex) {
+    SmsPdu record;
+    HexCursor cursor(hex);
+    uint8_t smscLength = 0;
+    if (!cursor.ReadOctet(smscLength)) return record;
+    if (smscLength > 0) {
+        uint8_t type = 0;
+        if (cursor.ReadOctet(type)) DecodeAddressType(type, record.smsc);
+        if (smscLength >= 2 && record.smsc.ton != kTonAlphanumeric) {
+            record.smsc.number = NumberFromSemiOctets(cursor.Rest().substr(0, 2u * (smscLength - 1)));
+        }
+        cursor.SkipUpTo(2u * (smscLength - 1));
+    }
+
+    uint8_t first = 0;
+    if (!cursor.ReadOctet(first)) return record;  // TP-MTI cannot be read
+    record.firstOctet = DecodeFirstOctet(first);
+
+    switch (record.firstOctet.mti) {
+        case kMtiDeliver:
+            record.decoded = true;
+            return DecodeDeliver(cursor.Rest(), record);
+        case kMtiSubmit:
+            record.decoded = true;
+            return DecodeSubmit(cursor.Rest(), record);
+        case kMtiStatusReport:
+            record.decoded = true;
+            return DecodeStatusReport(cursor.Rest(), record);
+        default:
+            return record;  // reserved type
+    }
+}
+
+SmsPdu DecodeDeliver(std::string_view rest, SmsPdu record) {
+    record.incoming = true;
+    HexCursor cursor(rest);
+    uint8_t pid = 0, dcs = 0, udl = 0;
+    std::string_view scts;
+    if (!ReadAddress(cursor, record.address, AlphanumericAddress::kUnpackSeptets) ||
+        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs) || !cursor.Take(kTimeStampChars, scts) ||
+        !cursor.ReadLenientOctet(udl)) {
+        record.decoded = false;  // cut before the user data
+        return record;
+    }
+    record.alphabet = AlphabetFromDcs(dcs);
+    record.timestamp = DecodeTimeStamp(scts);
+    if (!DecodeUserData(cursor.Rest(), record)) record.decoded = false;
+    return record;
+}
+
+SmsPdu DecodeSubmit(std::string_view rest, SmsPdu record) {
+    record.incoming = false;
+    HexCursor cursor(rest);
+    uint8_t mr = 0, pid = 0, dcs = 0;
+    if (!cursor.ReadOctet(mr) ||
+        !ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty) ||
+        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs)) {
+        record.decoded = false;  // cut before the validity period
+        return record;
+    }
+    record.alphabet = AlphabetFromDcs(dcs);
+    // A stored outgoing message carries no time stamp of its own (TS 23.040 9.2.2.2).
+    record.timestamp.time = static_cast<int64_t>(std::time(nullptr));
+
+    // TS 23.040 9.2.3.3: relative (one octet), enhanced or absolute (seven octets).
+    static constexpr size_t kVpOctets[4] = {0, 7, 1, 7};
+    cursor.SkipUpTo(2 * kVpOctets[record.firstOctet.vpf & 3]);
+
+    uint8_t udl = 0;
+    if (cursor.Remaining() < 4 || !cursor.ReadLenientOctet(udl)) {
+        record.decoded = false;
+        return record;
+    }
+    if (!DecodeUserData(cursor.Rest(), record)) record.decoded = false;
+    record.timestamp.text = "None";
+    if (record.address.number.empty()) record.address.number = "[ None ]";
+    return record;
+}
+
+}  // namespace tarnik

@@ -1,0 +1,80 @@
+#include "pdu/septets.h"
+
+#include <cstdint>
+
+#include "pdu/gsm_alphabet.h"
+#include "pdu/hex.h"
+
+namespace tarnik {
+
+int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex) {
+    const size_t fill = headerOctets > 0 ? HeaderSeptets(headerOctets) : 0;
+    uint8_t septets[kMaxSeptets + 1];
+    size_t count = fill;
+    for (size_t i = 0; i < fill && i < kMaxSeptets; ++i) septets[i] = 0;
+
+    for (const char c : text) {
+        if (count >= kMaxSeptets) break;
+        const auto byte = static_cast<uint8_t>(c);
+        const uint8_t ext = ExtensionSeptetFromByte(byte);
+        if (ext != 0) {
+            // A TP-UDL of 161 would make the service centre reject the whole part.
+            if (count + 2 > kMaxSeptets) break;
+            septets[count++] = kGsmEscape;
+            septets[count++] = ext;
+        } else {
+            septets[count++] = SeptetFromByte(byte);
+        }
+    }
+
+    const size_t octets = (count * 7 + 7) / 8;
+    hex.clear();
+    hex.reserve(octets * 2);
+    uint32_t acc = 0;
+    int bits = 0;
+    size_t written = 0;
+    for (size_t k = 0; k < count; ++k) {
+        acc |= static_cast<uint32_t>(septets[k] & 0x7F) << bits;
+        bits += 7;
+        while (bits >= 8) {
+            AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
+            acc >>= 8;
+            bits -= 8;
+            ++written;
+        }
+    }
+    if (written < octets) AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
+    return static_cast<int>(count);
+}
+
+std::string UnpackSeptets(std::string_view hex, size_t headerOctets) {
+    const size_t octets = hex.size() / 2;
+    size_t count = octets * 8 / 7;
+    const size_t skip = headerOctets > 0 ? HeaderSeptets(headerOctets) : 0;
+    count = count > skip ? count - skip : 0;
+
+    std::string out;
+    out.reserve(count);
+    size_t bitPos = skip * 7;
+    bool escaped = false;
+    for (size_t k = 0; k < count; ++k, bitPos += 7) {
+        // A septet spans at most two octets; both exist because count was derived from them.
+        const size_t octet = bitPos / 8;
+        const unsigned shift = bitPos % 8;
+        uint32_t window = HexPairValue(hex[2 * octet], hex[2 * octet + 1]);
+        if (shift > 1) window |= uint32_t{HexPairValue(hex[2 * octet + 2], hex[2 * octet + 3])} << 8;
+        const auto septet = static_cast<uint8_t>((window >> shift) & 0x7F);
+
+        if (escaped) {
+            out.back() = static_cast<char>(ByteFromExtensionSeptet(septet));
+            escaped = false;
+            continue;
+        }
+        const uint8_t byte = ByteFromSeptet(septet);
+        out.push_back(static_cast<char>(byte));
+        escaped = byte == kGsmEscape;
+    }
+    return out;
+}
+
+}  // namespace tarnik
