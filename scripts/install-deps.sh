@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs what building and testing need on a fresh Debian machine (run as root).
+# Usage: install-deps.sh [main|all]   main: native build only; all: also MinGW, Wine,
+# clang/libFuzzer, benchmarks and the gammu oracle.
+set -euo pipefail
+set_name=${1:-all}
+
+main_packages=(cmake ninja-build g++ python3 libgtest-dev libgmock-dev googletest)
+all_packages=("${main_packages[@]}"
+    g++-mingw-w64-x86-64 wine64 wine
+    clang libclang-rt-14-dev
+    libbenchmark-dev libgammu-dev gammu python3-gammu pkg-config
+    xvfb x11-apps imagemagick)
+
+case "$set_name" in
+    main) wanted=("${main_packages[@]}") ;;
+    all) wanted=("${all_packages[@]}") ;;
+    *) echo "usage: $0 [main|all]" >&2; exit 2 ;;
+esac
+
+missing=()
+for p in "${wanted[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+echo "Installing: ${missing[*]}"
+SUDO=""
+[ "$(id -u)" -eq 0 ] || SUDO=sudo
+$SUDO apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

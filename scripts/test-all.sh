@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Builds and runs every test: native unit and command-line tests, the same unit tests
+# cross-compiled for Windows and run under Wine, the fuzz targets briefly under ASan and
+# UBSan, and a short benchmark run. Installs what it needs on a fresh Debian machine.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh all || exit 1
+
+passed=0
+failed=0
+stage() {  # name, command...
+    local name=$1
+    shift
+    echo "=== $name"
+    if "$@"; then
+        passed=$((passed + 1))
+    else
+        echo "=== $name: FAILED"
+        failed=$((failed + 1))
+    fi
+}
+
+portable_core_has_no_windows_h() {
+    ! grep -rlE '#\s*include\s*[<"]windows\.h[>"]' pdu download
+}
+
+native() {
+    cmake --preset native >/dev/null && cmake --build --preset native &&
+        ctest --preset native -j2
+}
+
+windows() {
+    # shellcheck source=scripts/wine-env.sh
+    source scripts/wine-env.sh
+    cmake --preset windows >/dev/null && cmake --build --preset windows &&
+        ctest --preset windows
+}
+
+fuzz() {
+    if [ -x scripts/run-fuzz.sh ]; then
+        scripts/run-fuzz.sh "${TARNIK_FUZZ_SECONDS:-30}"
+    else
+        echo "no fuzz targets yet"
+    fi
+}
+
+bench() {
+    local b=build/native/bench/tarnik-bench
+    if [ -x "$b" ]; then
+        "$b" --benchmark_min_time=0.05
+    else
+        echo "no benchmark built"
+    fi
+}
+
+stage "portable core free of windows.h" portable_core_has_no_windows_h
+stage "native build and tests" native
+stage "Windows build and tests under Wine" windows
+stage "fuzz targets (ASan, UBSan)" fuzz
+stage "benchmarks (smoke run)" bench
+
+echo "summary: $passed passed, $failed failed"
+[ "$failed" -eq 0 ]
