@@ -1,0 +1,352 @@
+// tarnik-phone: a GSM phone in PDU mode on a pseudo-terminal, for testing SMS clients
+// without a handset. See --help.
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <deque>
+#include <fstream>
+#include <string>
+
+#include "phone/config.h"
+#include "phone/event_log.h"
+#include "phone/modem.h"
+#include "phone/pty_link.h"
+
+namespace tarnik::phone {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// While no client holds the slave, the master reports POLLHUP without end; this is how
+// often it is looked at again.
+constexpr auto kIdlePoll = std::chrono::milliseconds(20);
+// Time for the client to read the half answer before a fault disconnect hangs up,
+// because the hangup discards what the client has not read.
+constexpr auto kHangupGrace = std::chrono::milliseconds(200);
+
+constexpr char kUsage[] =
+    "Usage: tarnik-phone --link PATH [--config FILE] [--log FILE] [-v]\n"
+    "\n"
+    "Behaves like a GSM phone in SMS PDU mode (TS 27.005, 27.007) on a pseudo-terminal.\n"
+    "PATH becomes a symbolic link to the pty slave: open it as a serial port. The phone\n"
+    "serves one client at a time, and the next one after a client closes, until SIGTERM\n"
+    "or SIGINT, which remove the link.\n"
+    "\n"
+    "  --link PATH     where to put the symbolic link (required)\n"
+    "  --config FILE   the phone's behaviour, format below (defaults without it)\n"
+    "  --log FILE      append one line per event: RX <command line>, TX <answer line>,\n"
+    "                  PDU <submitted hex>, SUBMIT <decoded fields and outcome>,\n"
+    "                  REPORT <route and PDU>, FAULT <what>, LINK <client and pty events>\n"
+    "  -v              the same lines on standard error\n"
+    "\n"
+    "Commands: AT, ATE0/1, ATZ, AT&F, ATI, ATS, AT+CGMI/CGMM/CGMR/CGSN/CIMI, AT+CPIN?,\n"
+    "AT+CSQ, AT+CBC, AT+CREG, AT+COPS?, AT+CFUN, AT+CMEE, AT+CSCS, AT+CSCA, AT+CSMS,\n"
+    "AT+CMGF, AT+CPMS, AT+CNMI, AT+CMGL, AT+CMGR, AT+CMGD, AT+CMGS (PDU, Ctrl-Z sends,\n"
+    "Esc cancels). Status reports requested by TP-SRR arrive as +CDS (CNMI ds=1), as\n"
+    "+CDSI with the report in storage SR (ds=2), or silently into SR (ds=0).\n"
+    "\n";
+
+volatile sig_atomic_t g_stop = 0;
+
+void OnSignal(int) {
+    g_stop = 1;
+}
+
+struct Options {
+    std::string link;
+    std::string config;
+    std::string log;
+    bool verbose = false;
+};
+
+int UsageError(const std::string& message) {
+    std::fprintf(stderr, "tarnik-phone: %s\n(see tarnik-phone --help)\n", message.c_str());
+    return 2;
+}
+
+// What waits to be written: modem output in order, with the disconnect faults in place.
+class Outbox {
+public:
+    void Add(std::vector<Emission> emissions) {
+        for (Emission& e : emissions)
+            queue_.push_back(std::move(e));
+    }
+    bool Empty() const { return queue_.empty(); }
+    void Clear() {
+        queue_.clear();
+        offset_ = 0;
+    }
+    size_t PendingBytes() const {
+        size_t n = 0;
+        for (const Emission& e : queue_)
+            n += e.bytes.size();
+        return n - offset_;
+    }
+    Emission& Front() { return queue_.front(); }
+    const std::string& FrontBytes() const { return queue_.front().bytes; }
+    size_t Offset() const { return offset_; }
+    void Consume(size_t n) {
+        offset_ += n;
+        if (offset_ >= queue_.front().bytes.size())
+            Pop();
+    }
+    void Pop() {
+        queue_.pop_front();
+        offset_ = 0;
+    }
+
+private:
+    std::deque<Emission> queue_;
+    size_t offset_ = 0;
+};
+
+class Phone {
+public:
+    Phone(const Options& options, PhoneConfig config, EventLog& log)
+        : options_(options),
+          byteDelay_(config.byteDelay),
+          log_(log),
+          modem_(std::move(config), log, [] { return std::time(nullptr); }) {}
+
+    int Run() {
+        std::string error;
+        if (!link_.Open(options_.link, error)) {
+            std::fprintf(stderr, "tarnik-phone: %s\n", error.c_str());
+            return 1;
+        }
+        log_.Line("LINK", "ready " + options_.link + " -> " + link_.slaveName());
+        while (g_stop == 0) {
+            if (!Step(error)) {
+                std::fprintf(stderr, "tarnik-phone: %s\n", error.c_str());
+                link_.Close();
+                return 1;
+            }
+        }
+        log_.Line("LINK", "stopped");
+        link_.Close();
+        return 0;
+    }
+
+private:
+    bool Step(std::string& error) {
+        const Clock::time_point now = Clock::now();
+        Clock::time_point wake = now + std::chrono::seconds(1);
+        if (!connected_)
+            wake = std::min(wake, now + kIdlePoll);
+        if (const auto deadline = modem_.NextDeadline())
+            wake = std::min(wake, *deadline);
+        if (hangupAt_)
+            wake = std::min(wake, *hangupAt_);
+        const bool wantWrite = connected_ && !outbox_.Empty() && !hangupAt_;
+        if (wantWrite)
+            wake = std::min(wake, nextByte_);
+
+        pollfd pfd{link_.fd(), POLLIN, 0};
+        if (wantWrite && nextByte_ <= now)
+            pfd.events |= POLLOUT;
+        const auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(wake - now);
+        timespec timeout{};
+        const long ms = std::max<long>(0, static_cast<long>(wait.count()));
+        timeout.tv_sec = ms / 1000;
+        timeout.tv_nsec = (ms % 1000) * 1000000L;
+        sigset_t unblocked;
+        sigemptyset(&unblocked);
+        // Without a client the master is always "ready" with POLLHUP, so the wait is
+        // a plain sleep and the master is only looked at afterwards.
+        int ready = connected_ ? ppoll(&pfd, 1, &timeout, &unblocked)
+                               : ppoll(nullptr, 0, &timeout, &unblocked);
+        if (ready < 0 && errno != EINTR) {
+            error = std::string("poll: ") + std::strerror(errno);
+            return false;
+        }
+        if (ready < 0 || StopRequested())
+            return true;
+        if (!connected_ && poll(&pfd, 1, 0) < 0) {
+            error = std::string("poll: ") + std::strerror(errno);
+            return false;
+        }
+
+        if (hangupAt_ && Clock::now() >= *hangupAt_)
+            return Hangup(error);
+        if ((pfd.revents & POLLIN) != 0)
+            Read();
+        if ((pfd.revents & POLLHUP) != 0 && (pfd.revents & POLLIN) == 0) {
+            if (connected_)
+                ClientGone();
+        } else if (!connected_ && (pfd.revents & POLLHUP) == 0) {
+            ClientCame();
+        }
+        modem_.Tick(Clock::now());
+        Collect();
+        if (connected_)
+            Write();
+        return true;
+    }
+
+    // A busy master can keep ppoll from ever blocking, and so from delivering a signal.
+    static bool StopRequested() {
+        sigset_t pending;
+        sigpending(&pending);
+        if (sigismember(&pending, SIGTERM) == 1 || sigismember(&pending, SIGINT) == 1)
+            g_stop = 1;
+        return g_stop != 0;
+    }
+
+    void Read() {
+        char buffer[512];
+        const ssize_t n = read(link_.fd(), buffer, sizeof buffer);
+        if (n > 0) {
+            if (!connected_)
+                ClientCame();
+            modem_.Receive(std::string_view(buffer, static_cast<size_t>(n)), Clock::now());
+        } else if (n < 0 && errno == EIO && connected_) {
+            ClientGone();
+        }
+    }
+
+    void ClientCame() {
+        connected_ = true;
+        log_.Line("LINK", "client opened " + link_.slaveName());
+    }
+
+    void ClientGone() {
+        connected_ = false;
+        modem_.LinkReset();
+        const size_t dropped = outbox_.PendingBytes();
+        outbox_.Clear();
+        log_.Line("LINK",
+                  "client closed" +
+                      (dropped > 0 ? ", " + std::to_string(dropped) + " bytes unsent" : ""));
+    }
+
+    void Collect() {
+        std::vector<Emission> out = modem_.TakeOutput();
+        if (out.empty())
+            return;
+        if (!connected_) {
+            // A phone's unsolicited codes go out whether anyone listens or not; written
+            // to the master now they would greet the next client.
+            size_t n = 0;
+            for (const Emission& e : out)
+                n += e.bytes.size();
+            if (n > 0)
+                log_.Line("LINK", "no client, " + std::to_string(n) + " bytes dropped");
+            return;
+        }
+        outbox_.Add(std::move(out));
+    }
+
+    void Write() {
+        while (!outbox_.Empty() && !hangupAt_) {
+            if (outbox_.Front().kind == Emission::kDisconnect) {
+                outbox_.Pop();
+                hangupAt_ = Clock::now() + kHangupGrace;
+                return;
+            }
+            const Clock::time_point now = Clock::now();
+            if (now < nextByte_)
+                return;
+            const std::string& bytes = outbox_.FrontBytes();
+            size_t count = bytes.size() - outbox_.Offset();
+            if (byteDelay_.count() > 0)
+                count = 1;  // a slow phone, one byte at a time
+            const ssize_t n = write(link_.fd(), bytes.data() + outbox_.Offset(), count);
+            if (n <= 0)
+                return;  // full (EAGAIN) or the client just left
+            outbox_.Consume(static_cast<size_t>(n));
+            if (byteDelay_.count() > 0)
+                nextByte_ = now + byteDelay_;
+        }
+    }
+
+    bool Hangup(std::string& error) {
+        hangupAt_.reset();
+        outbox_.Clear();
+        modem_.LinkReset();
+        connected_ = false;
+        if (!link_.Renew(error))
+            return false;
+        log_.Line("LINK", "hung up; " + options_.link + " -> " + link_.slaveName());
+        return true;
+    }
+
+    const Options& options_;
+    std::chrono::microseconds byteDelay_;
+    EventLog& log_;
+    Modem modem_;
+    PtyLink link_;
+    Outbox outbox_;
+    bool connected_ = false;
+    Clock::time_point nextByte_{};
+    std::optional<Clock::time_point> hangupAt_;
+};
+
+int Main(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == "--help" || arg == "-h") {
+            std::fputs(kUsage, stdout);
+            std::fputs(ConfigHelp(), stdout);
+            return 0;
+        } else if (arg == "--link" && hasValue) {
+            options.link = argv[++i];
+        } else if (arg == "--config" && hasValue) {
+            options.config = argv[++i];
+        } else if (arg == "--log" && hasValue) {
+            options.log = argv[++i];
+        } else if (arg == "-v" || arg == "--verbose") {
+            options.verbose = true;
+        } else {
+            return UsageError("unknown or incomplete option: " + arg);
+        }
+    }
+    if (options.link.empty())
+        return UsageError("--link PATH is required");
+
+    PhoneConfig config;
+    if (!options.config.empty()) {
+        std::ifstream in(options.config);
+        std::string error;
+        if (!in)
+            return UsageError("cannot read " + options.config);
+        if (!ParseConfig(in, config, error))
+            return UsageError(options.config + ": " + error);
+    }
+    EventLog log;
+    log.SetVerbose(options.verbose);
+    if (!options.log.empty() && !log.OpenFile(options.log)) {
+        return UsageError("cannot open " + options.log);
+    }
+
+    // The signals stay blocked except inside ppoll, so none is lost between a check of
+    // the flag and the wait.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGINT);
+    sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+
+    Phone phone(options, std::move(config), log);
+    return phone.Run();
+}
+
+}  // namespace
+}  // namespace tarnik::phone
+
+int main(int argc, char** argv) {
+    return tarnik::phone::Main(argc, argv);
+}

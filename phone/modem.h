@@ -1,0 +1,117 @@
+// The phone's command processor: V.25ter command lines with TS 27.007 identification
+// and TS 27.005 PDU-mode SMS commands, message storages, status reports and faults.
+// It owns no file descriptors: bytes go in through Receive, and what the phone sends
+// comes out of TakeOutput, so the pty loop decides only about timing and the link.
+#pragma once
+
+#include <chrono>
+#include <ctime>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "phone/config.h"
+#include "phone/event_log.h"
+#include "phone/sms_encoder.h"
+
+namespace tarnik::phone {
+
+struct Emission {
+    enum Kind { kBytes, kDisconnect } kind = kBytes;
+    std::string bytes;
+};
+
+class Modem {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    Modem(PhoneConfig config, EventLog& log, std::function<std::time_t()> wallClock);
+
+    void Receive(std::string_view bytes, Clock::time_point now);
+    // Sends the status reports that are due, when no command is in progress.
+    void Tick(Clock::time_point now);
+    std::optional<Clock::time_point> NextDeadline() const;
+    // A client closed the port or the link was replaced: half-typed input is dropped.
+    void LinkReset();
+
+    std::vector<Emission> TakeOutput();
+
+private:
+    // The outcome of one command of a command line.
+    struct Result {
+        enum Kind { kOk, kError, kCms, kPrompt } kind = kOk;
+        int code = 0;
+        std::string info;  // information text, already framed
+    };
+    struct Slot {
+        std::string storage;  // ME, SM or SR
+        int index = 0;        // index in that storage
+        int shown = 0;        // index as the selected storage shows it (MT renumbers SM)
+    };
+    struct PendingReport {
+        Clock::time_point due;
+        StatusReportFields fields;
+    };
+    struct Storage {
+        int capacity = 0;
+        std::map<int, StoredMessage> slots;
+    };
+
+    void CommandLine(const std::string& line, Clock::time_point now);
+    void PromptByte(char c, Clock::time_point now);
+    void Submit(const std::string& pdu, Clock::time_point now);
+    Result Execute(const std::string& name, const std::string& suffix);
+    Result Basic(char command, const std::string& argument);
+
+    Result Cpms(const std::string& suffix);
+    Result Cmgl(const std::string& suffix);
+    Result Cmgr(const std::string& suffix);
+    Result Cmgd(const std::string& suffix);
+    Result Cmgs(const std::string& suffix);
+    Result Cnmi(const std::string& suffix);
+
+    std::vector<Slot> View(const std::string& storage) const;
+    std::optional<Slot> Find(const std::string& storage, int shown) const;
+    std::string Usage(const std::string& storage) const;
+    bool StorageRefused(const std::string& name) const;
+    int StoreReport(const std::string& pdu);
+    void DeliverReport(const PendingReport& report);
+    void ResetSettings();
+    // Sends a reply, with the faults of the command line it answers.
+    void Reply(const std::string& bytes, const std::string& line);
+    void Send(const std::string& bytes);
+    bool FaultFires(std::vector<FaultRule>& rules, const std::string& line);
+
+    PhoneConfig config_;
+    EventLog& log_;
+    std::function<std::time_t()> wallClock_;
+    std::vector<Emission> output_;
+
+    std::string line_;
+    bool lineOverflow_ = false;
+    bool prompt_ = false;
+    int announcedLength_ = 0;
+    std::string promptLine_;
+    std::string pdu_;
+
+    bool echo_ = true;
+    bool textMode_ = false;
+    int cmee_ = 0;
+    int creg_ = 0;
+    std::string charset_ = "GSM";
+    std::string smsc_;
+    std::vector<int> cnmi_{0, 0, 0, 0, 0};
+    std::string mem1_ = "SM", mem2_ = "SM", mem3_ = "SM";
+    std::map<std::string, Storage> storages_;
+
+    int nextMessageRef_ = 1;
+    size_t submissions_ = 0;
+    size_t reports_ = 0;
+    std::deque<PendingReport> pending_;
+};
+
+}  // namespace tarnik::phone
