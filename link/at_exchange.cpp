@@ -1,0 +1,74 @@
+// The AT exchange (TS 27.007 4, TS 27.005 3): one line out, then whatever the phone sends
+// gathered until a token decides. Time-outs count silence only, from the last byte.
+#include <cstring>
+
+#include "link/mobile_core.h"
+
+namespace tarnik {
+
+namespace {
+
+constexpr uint32_t kReadBufferSize = 256;  // at most 255 bytes arrive, so it stays terminated
+constexpr uint32_t kSilentPollMs = 100;
+constexpr uint32_t kSettleAfterTokenMs = 1000;  // what follows the token, e.g. a +CMGS line
+
+// Looks for `token` at or after `start`, skipping what an earlier search over the text up
+// to `searchedEnd` already ruled out, so a long listing is not searched again and again.
+size_t FindNew(const std::string& text, std::string_view token, size_t start, size_t searchedEnd) {
+    size_t from = start;
+    if (searchedEnd >= token.size() && searchedEnd - token.size() + 1 > from) {
+        from = searchedEnd - token.size() + 1;
+    }
+    return text.find(token.data(), from, token.size());
+}
+
+}  // namespace
+
+int CMobileCore::SendCommand(std::string_view command, std::string_view expected,
+                             std::string_view terminator, std::string_view errorToken,
+                             std::string* reply, uint32_t timeout) {
+    std::string line;
+    line.reserve(command.size() + terminator.size());
+    line.append(command).append(terminator);
+    if (!IsOpen()) return 0;
+    Send(line.data(), static_cast<uint32_t>(line.size()));
+
+    // The phone echoes the command first; tokens are looked for after that many characters.
+    const size_t start = command.size();
+    uint32_t last = clock_.TickCount();
+    bool seen = false;
+    std::string gathered;
+    size_t searched = 0;
+
+    for (;;) {
+        if (static_cast<uint32_t>(clock_.TickCount() - last) > timeout && !seen) return 0;
+
+        char buffer[kReadBufferSize] = {};
+        const int count = Receive(buffer, kReadBufferSize);
+        if (count <= 0 && !seen) {
+            clock_.Sleep(kSilentPollMs);
+            continue;
+        }
+        gathered.append(buffer, std::strlen(buffer));  // bytes after a NUL are lost
+        last = clock_.TickCount();
+        if (gathered.size() > kMaxExchangeBytes) return 0;
+
+        if (FindNew(gathered, expected, start, searched) != std::string::npos) {
+            if (reply == nullptr) return 1;
+            if (seen) {
+                *reply = gathered;
+                return 1;
+            }
+            clock_.Sleep(kSettleAfterTokenMs);
+            seen = true;
+            continue;
+        }
+        if (FindNew(gathered, errorToken, start, searched) != std::string::npos) {
+            if (reply != nullptr) *reply = gathered;
+            return 0;
+        }
+        searched = gathered.size();
+    }
+}
+
+}  // namespace tarnik

@@ -1,0 +1,60 @@
+// One link to the phone per job: a Bluetooth, IrDA or COM link chosen at construction,
+// and the AT command exchange over it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "link/link_cores.h"
+#include "link/os_seams.h"
+
+namespace tarnik {
+
+// The link's own numbering; the profile numbers its kinds differently (0 Bluetooth,
+// 1 IrDA, 2 COM) and callers translate.
+enum CoreKind : int32_t {
+    CORE_SERIAL = 0,
+    CORE_BLUE = 1,
+    CORE_IR = 2,
+};
+
+class CMobileCore : public CBlueCore, public CSerialCore, public CIrCore {
+public:
+    explicit CMobileCore(CoreKind kind, Clock& clock = SystemClock(),
+                         ModuleApi& modules = SystemModules());
+    ~CMobileCore() override;
+
+    bool OpenBluetooth(uint64_t address) { return CBlueCore::Open(address); }
+    bool OpenIrDA() { return CIrCore::Open(0); }
+    bool OpenSerial(uint32_t port) { return CSerialCore::Open(port); }
+
+    // Dispatch to the base of this link's kind, whichever base the call came through.
+    bool Open(uint64_t address) override { return OpenBluetooth(address); }
+    bool Close() override;
+    int Send(const void* data, uint32_t length) override;
+    int Receive(void* buffer, uint32_t size) override;  // leaves one byte for a terminator
+    bool IsOpen() override;
+
+    // Writes command + terminator, then gathers what the phone says until `expected`
+    // (success, 1) or `errorToken` (0) appears after the echo of the command, or the line
+    // stays silent for `timeout` ms (0). With `reply`, a success waits one second and one
+    // more read for what follows the token, then copies everything gathered.
+    int SendCommand(std::string_view command, std::string_view expected,
+                    std::string_view terminator, std::string_view errorToken, std::string* reply,
+                    uint32_t timeout);
+
+    CoreKind kind() const { return kind_; }
+
+private:
+    CoreKind kind_;
+    Clock& clock_;
+};
+
+// Above this much text in one exchange the phone is taken to be babbling: the largest
+// reply we can use, a full listing of 2047 messages of at most ~400 characters each, is
+// about 820 KiB. A size limit holds on any link speed, where a time limit would have to
+// allow a slow 9600-baud cable many minutes.
+constexpr size_t kMaxExchangeBytes = 1u << 20;
+
+}  // namespace tarnik

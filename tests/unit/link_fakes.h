@@ -1,0 +1,149 @@
+// A scripted phone behind fake link libraries, and a clock that only moves when slept on,
+// for tests of the link classes and the AT exchange.
+#pragma once
+
+#include <cstring>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "link/link_library_abi.h"
+#include "link/os_seams.h"
+
+namespace tarnik::test {
+
+class FakeClock final : public Clock {
+public:
+    explicit FakeClock(uint32_t start = 0) : now(start) {}
+    uint32_t TickCount() override { return now; }
+    void Sleep(uint32_t ms) override {
+        slept.push_back(ms);
+        now += ms;
+    }
+    uint32_t now;
+    std::vector<uint32_t> slept;
+};
+
+// What one fake library saw and what it answers. Each read takes the next scripted
+// chunk; an empty chunk, or an empty script, is a read with nothing waiting.
+struct FakeLibrary {
+    std::string name;
+    intptr_t openResult = 5;
+    std::deque<std::string> reads;
+    bool endlessTalker = false;  // every read brings 255 bytes without any token
+    std::vector<std::string> calls;
+    std::string written;
+    std::vector<uint32_t> readSizes;
+    uint64_t openedWith = 0;
+};
+
+// Exports are plain C functions, so the fakes find their library through one global.
+inline std::map<int, FakeLibrary*>& FakeRegistry() {
+    static std::map<int, FakeLibrary*> registry;
+    return registry;
+}
+
+template <int Id>
+struct FakeExports {
+    static FakeLibrary& Lib() { return *FakeRegistry().at(Id); }
+    static int32_t EnumDevices(void*, LinkDeviceRecord* records, uint32_t max, int32_t reserved) {
+        Lib().calls.push_back("enumDevices max=" + std::to_string(max) +
+                              " reserved=" + std::to_string(reserved));
+        if (max > 0) records[0].address = 0x0011223344556677ull;
+        return 1;
+    }
+    static int32_t EnumPorts(LinkUIntArray* numbers, LinkWStringArray* names) {
+        Lib().calls.push_back("enumPorts");
+        numbers->append(numbers->self, 3);
+        names->append(names->self, u"COM3");
+        return 1;
+    }
+    static intptr_t OpenBt(uint64_t address) {
+        Lib().calls.push_back("open");
+        Lib().openedWith = address;
+        return Lib().openResult;
+    }
+    static intptr_t Open(uint32_t target) { return OpenBt(target); }
+    static int32_t Close(intptr_t) {
+        Lib().calls.push_back("close");
+        return 1;
+    }
+    static int32_t Write(intptr_t, const void* data, uint32_t length) {
+        Lib().calls.push_back("write");
+        Lib().written.append(static_cast<const char*>(data), length);
+        return static_cast<int32_t>(length);
+    }
+    static int32_t Read(intptr_t, void* buffer, uint32_t size) {
+        FakeLibrary& lib = Lib();
+        lib.readSizes.push_back(size);
+        if (lib.endlessTalker) {
+            std::memset(buffer, 'x', size);
+            return static_cast<int32_t>(size);
+        }
+        if (lib.reads.empty()) return 0;
+        const std::string chunk = lib.reads.front();
+        lib.reads.pop_front();
+        const size_t n = chunk.size() < size ? chunk.size() : size;
+        std::memcpy(buffer, chunk.data(), n);
+        return chunk.empty() ? -1 : static_cast<int32_t>(n);
+    }
+};
+
+// Serves linkbt.mdl, linkir.mdl and linkcom.mdl from fakes; a name left out of
+// `missingExports` is found.
+class FakeModules final : public ModuleApi {
+public:
+    FakeModules() {
+        libs_["linkbt.mdl"].name = "bt";
+        libs_["linkir.mdl"].name = "ir";
+        libs_["linkcom.mdl"].name = "com";
+        FakeRegistry()[0] = &libs_["linkbt.mdl"];
+        FakeRegistry()[1] = &libs_["linkir.mdl"];
+        FakeRegistry()[2] = &libs_["linkcom.mdl"];
+    }
+    FakeLibrary& bt() { return libs_["linkbt.mdl"]; }
+    FakeLibrary& ir() { return libs_["linkir.mdl"]; }
+    FakeLibrary& com() { return libs_["linkcom.mdl"]; }
+
+    void* Load(const char* fileName) override {
+        events.push_back(std::string("load ") + fileName);
+        if (missingLibraries.count(fileName) != 0) return nullptr;
+        auto it = libs_.find(fileName);
+        return it == libs_.end() ? nullptr : &it->second;
+    }
+    void* Find(void* module, const char* exportName) override {
+        auto* lib = static_cast<FakeLibrary*>(module);
+        events.push_back("find " + lib->name + " " + exportName);
+        if (missingExports.count(exportName) != 0) return nullptr;
+        const std::string e = exportName;
+        if (lib->name == "bt") return Lookup<0>(e, true);
+        if (lib->name == "ir") return Lookup<1>(e, false);
+        return Lookup<2>(e, false);
+    }
+    void Free(void* module) override {
+        events.push_back("free " + static_cast<FakeLibrary*>(module)->name);
+    }
+
+    std::vector<std::string> events;
+    std::map<std::string, int> missingLibraries;
+    std::map<std::string, int> missingExports;
+
+private:
+    template <int Id>
+    static void* Lookup(const std::string& e, bool bluetooth) {
+        using X = FakeExports<Id>;
+        if (e == "libEnumDevices") return reinterpret_cast<void*>(&X::EnumDevices);
+        if (e == "libEnumPorts") return reinterpret_cast<void*>(&X::EnumPorts);
+        if (e == "libPortOpen") {
+            return bluetooth ? reinterpret_cast<void*>(&X::OpenBt) : reinterpret_cast<void*>(&X::Open);
+        }
+        if (e == "libPortClose") return reinterpret_cast<void*>(&X::Close);
+        if (e == "libPortWrite") return reinterpret_cast<void*>(&X::Write);
+        if (e == "libPortRead") return reinterpret_cast<void*>(&X::Read);
+        return nullptr;
+    }
+    std::map<std::string, FakeLibrary> libs_;
+};
+
+}  // namespace tarnik::test
