@@ -45,7 +45,7 @@ fuzz() {
 }
 
 bench() {
-    local b=build/native/bench/tarnik-bench
+    local b=build/native/bench/tarnik-codec-bench
     if [ -x "$b" ]; then
         "$b" --benchmark_min_time=0.05
     else
