@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <ctime>
 #include <sstream>
 
 #include "pdu/hex.h"
@@ -37,16 +38,21 @@ constexpr char kHelp[] =
     "                            unread, 1 received read, 2 stored unsent, 3 stored sent\n"
     "  pdu.N = STAT HEX          the same at index N\n"
     "  deliver = STAT SENDER TEXT\n"
-    "                            an SMS-DELIVER from SENDER, built by the phone\n"
+    "                            an SMS-DELIVER from SENDER (digits, '+' for an\n"
+    "                            international number) in GSM 7-bit, received now\n"
     "\n"
     "[submit]\n"
     "  outcome = ok | cms N | error | silent\n"
     "                            answers to submissions (PDU + Ctrl-Z) in order, one per\n"
     "                            key or comma-separated; after the last, ok. A refused\n"
-    "                            submission gets no reference and no report\n"
+    "                            submission gets no reference and no report. A PDU\n"
+    "                            that is no SMS-SUBMIT or whose TPDU length differs\n"
+    "                            from AT+CMGS=<n> always gets +CMS ERROR: 304\n"
     "  first_mr = N              the first \"+CMGS:\" reference, counting up (default 1)\n"
     "\n"
-    "[report]   for submissions with TP-SRR, routed by the AT+CNMI <ds> in force when due\n"
+    "[report]   for submissions with TP-SRR, routed by the AT+CNMI in force when due:\n"
+    "           <ds> 1 gives +CDS, <ds> 2 stores in SR and gives +CDSI, <ds> 0 or\n"
+    "           <mode> 0 store in SR without a word\n"
     "  delay_ms = N              from \"+CMGS:\" to the report (default 2000)\n"
     "  status = N, N, ...        TP-Status of reports in order, last repeated (default 0)\n"
     "  cds_smsc = on|off         whether +CDS PDUs carry the SMSC field (default on)\n"
@@ -57,7 +63,19 @@ constexpr char kHelp[] =
     "  garbage = [N] COMMAND     noise bytes before the answer\n"
     "  garbage_bytes = HEX       the noise (default FF7E3F0D)\n"
     "  disconnect = [N] COMMAND  half of the answer, then the pty closes and PATH is\n"
-    "                            linked to a new one\n";
+    "                            linked to a new one\n"
+    "\n"
+    "Example: a phone without the MT storage that answers reports only when stored,\n"
+    "turns down the first submission as congested and reports a delivery failure:\n"
+    "  refuse_storage = MT\n"
+    "  cnmi = 1,0,0,2,1\n"
+    "  [storage SM]\n"
+    "  deliver = 0 +48601234567 See you at eight\n"
+    "  [submit]\n"
+    "  outcome = cms 42\n"
+    "  [report]\n"
+    "  delay_ms = 3000\n"
+    "  status = 0x46\n";
 
 std::string Trim(std::string_view text) {
     const size_t begin = text.find_first_not_of(" \t\r");
@@ -305,7 +323,8 @@ private:
                 return false;
             std::string text;
             std::getline(words, text);
-            message.pdu = EncodeDeliver(config_.smsc, sender, Trim(text), std::time(nullptr));
+            // Built in Finish, with the service centre of the whole file.
+            delivers_.push_back({storage_, config_.messages[storage_].size(), sender, Trim(text)});
         } else if (key == "pdu" || key.rfind("pdu.", 0) == 0) {
             std::string hex, extra;
             if (!(words >> hex) || (words >> extra))
@@ -403,8 +422,14 @@ private:
         return false;
     }
 
-    // Gives every preloaded message without an index the next free one.
+    // Builds the SMS-DELIVERs and gives every preloaded message without an index the
+    // next free one.
     bool Finish(std::string& error) {
+        const std::time_t now = std::time(nullptr);
+        for (const Deliver& d : delivers_) {
+            config_.messages[d.storage][d.position].pdu =
+                EncodeDeliver(config_.smsc, d.sender, d.text, now);
+        }
         for (auto& [storage, list] : config_.messages) {
             const int capacity = config_.capacity[storage];
             std::set<int> used;
@@ -437,7 +462,15 @@ private:
         return true;
     }
 
+    struct Deliver {
+        std::string storage;
+        size_t position;
+        std::string sender;
+        std::string text;
+    };
+
     PhoneConfig& config_;
+    std::vector<Deliver> delivers_;
     std::string section_ = "phone";
     std::string storage_;
 };

@@ -50,7 +50,7 @@ constexpr char kUsage[] =
     "AT+CSQ, AT+CBC, AT+CREG, AT+COPS?, AT+CFUN, AT+CMEE, AT+CSCS, AT+CSCA, AT+CSMS,\n"
     "AT+CMGF, AT+CPMS, AT+CNMI, AT+CMGL, AT+CMGR, AT+CMGD, AT+CMGS (PDU, Ctrl-Z sends,\n"
     "Esc cancels). Status reports requested by TP-SRR arrive as +CDS (CNMI ds=1), as\n"
-    "+CDSI with the report in storage SR (ds=2), or silently into SR (ds=0).\n"
+    "+CDSI with the report in storage SR (ds=2), or silently into SR (ds=0, mode 0).\n"
     "\n";
 
 volatile sig_atomic_t g_stop = 0;

@@ -126,7 +126,7 @@ void Modem::Receive(std::string_view bytes, Clock::time_point now) {
                 log_.Line("RX", line + "...");
                 Send(Info("ERROR"));
             } else {
-                CommandLine(line, now);
+                CommandLine(line);
             }
         } else if (c == '\n' && line_.empty()) {
             // The LF of a CR LF terminator: V.25ter ends the line at S3 (CR) alone.
@@ -141,7 +141,7 @@ void Modem::Receive(std::string_view bytes, Clock::time_point now) {
     }
 }
 
-void Modem::CommandLine(const std::string& raw, Clock::time_point now) {
+void Modem::CommandLine(const std::string& raw) {
     std::string line = Trim(raw);
     if (line.empty())
         return;
@@ -211,7 +211,6 @@ void Modem::CommandLine(const std::string& raw, Clock::time_point now) {
             failed = true;
         }
     }
-    (void)now;
     if (!failed) {
         reply += Info("OK");
     } else if (failure.kind == Result::kCms) {

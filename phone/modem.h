@@ -61,7 +61,7 @@ private:
         std::map<int, StoredMessage> slots;
     };
 
-    void CommandLine(const std::string& line, Clock::time_point now);
+    void CommandLine(const std::string& line);
     void PromptByte(char c, Clock::time_point now);
     void Submit(const std::string& pdu, Clock::time_point now);
     Result Execute(const std::string& name, const std::string& suffix);

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <string>
 
+#include "pdu/pdu_decoder.h"
+
 namespace tarnik::phone {
 namespace {
 
@@ -40,7 +42,9 @@ TEST(ParseConfig, ReadsEverySection) {
               "[fault]\n"
               "silence = 2 AT+CNMI=2,0,0,1,0\n"
               "garbage = at+cmgl=4\n"
-              "garbage_bytes = 00ff\n",
+              "garbage_bytes = 00ff\n"
+              "[phone]\n"
+              "smsc = +4860\n",
               c, error))
         << error;
     EXPECT_FALSE(c.echo);
@@ -56,6 +60,9 @@ TEST(ParseConfig, ReadsEverySection) {
     EXPECT_EQ(sm[0].pdu, "0011000B918406214365F70000AA04D4F29C0E");
     EXPECT_EQ(sm[1].index, 2);
     EXPECT_EQ(sm[1].stat, 0);
+    const SmsPdu deliver = DecodePdu(sm[1].pdu);
+    EXPECT_EQ(deliver.text, "Hello there");
+    EXPECT_EQ(deliver.smsc.number, "4860");  // the centre of the whole file, set after it
     EXPECT_EQ(sm[2].index, 4);
     EXPECT_EQ(sm[2].stat, 3);
     EXPECT_EQ(c.capacity["SM"], 5);
