@@ -202,7 +202,6 @@ void Modem::CommandLine(const std::string& raw) {
             // TS 27.005 3.5.1: the PDU follows the prompt; the rest of the line is lost.
             Reply(reply + "\r\n> ", key);
             prompt_ = true;
-            promptLine_ = key;
             pdu_.clear();
             return;
         }

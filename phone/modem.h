@@ -95,7 +95,6 @@ private:
     bool lineOverflow_ = false;
     bool prompt_ = false;
     int announcedLength_ = 0;
-    std::string promptLine_;
     std::string pdu_;
 
     bool echo_ = true;
