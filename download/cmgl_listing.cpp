@@ -9,20 +9,23 @@ namespace {
 constexpr std::string_view kHeader = "+CMGL:";
 // Skips "CMGL:" and the blank after it, from just behind the '+'.
 constexpr size_t kIndexOffset = 6;
-constexpr size_t kMinChunk = 10;     // shorter chunks cannot hold a header and a PDU
-constexpr size_t kMinPduLine = 21;   // the line feed that begins the PDU line counts
+constexpr size_t kMinChunk = 10;    // shorter chunks cannot hold a header and a PDU
+constexpr size_t kMinPduLine = 21;  // the line feed that begins the PDU line counts
 
 void TrimLeft(std::string_view& s, char c) {
-    while (!s.empty() && s.front() == c) s.remove_prefix(1);
+    while (!s.empty() && s.front() == c)
+        s.remove_prefix(1);
 }
 void TrimRight(std::string_view& s, char c) {
-    while (!s.empty() && s.back() == c) s.remove_suffix(1);
+    while (!s.empty() && s.back() == c)
+        s.remove_suffix(1);
 }
 
 // The line after the header line: between the first and the second carriage return.
 std::string_view PduLineOf(std::string_view chunk) {
     const size_t a = chunk.find('\r');
-    if (a == std::string_view::npos || a == 0) return chunk;
+    if (a == std::string_view::npos || a == 0)
+        return chunk;
     const size_t b = chunk.find('\r', a + 1);
     return b == std::string_view::npos ? chunk.substr(a + 1) : chunk.substr(a + 1, b - a - 1);
 }
@@ -31,7 +34,8 @@ std::string WithoutBlanksAndLineEnds(std::string_view line) {
     std::string hex;
     hex.reserve(line.size());
     for (const char c : line) {
-        if (c != ' ' && c != '\r' && c != '\n') hex.push_back(c);
+        if (c != ' ' && c != '\r' && c != '\n')
+            hex.push_back(c);
     }
     return hex;
 }
@@ -40,7 +44,8 @@ std::string WithoutBlanksAndLineEnds(std::string_view line) {
 
 std::string TextAfterColon(std::string_view text) {
     const size_t colon = text.find(':');
-    if (colon == std::string_view::npos) return std::string(text);
+    if (colon == std::string_view::npos)
+        return std::string(text);
     std::string_view s = text.substr(colon + 1);
     TrimLeft(s, ' ');
     TrimRight(s, ' ');
@@ -85,7 +90,8 @@ void ParseCmglListing(std::string_view reply, std::vector<SmsPdu>& records,
                 }
             }
         }
-        if (last) return;
+        if (last)
+            return;
     }
 }
 

@@ -23,7 +23,8 @@ void JoinLongMessages(const std::vector<SmsPdu>& records, std::vector<MessageGro
                 group.total != record.concatTotal) {
                 continue;
             }
-            if (wide.empty()) wide = WidenNarrow(record.text);
+            if (wide.empty())
+                wide = WidenNarrow(record.text);
             group.joinedText += wide;
             group.parts.push_back(record);
         }

@@ -11,8 +11,8 @@ namespace tarnik {
 
 // One row of a download: a single message, or the parts of one long message joined.
 struct MessageGroup {
-    int32_t reference = -1;  // concatRef of a long message; -1 for a single message
-    uint32_t total = 0;      // parts announced; not used for a single message
+    int32_t reference = -1;     // concatRef of a long message; -1 for a single message
+    uint32_t total = 0;         // parts announced; not used for a single message
     std::vector<SmsPdu> parts;  // in the order they were added; the opening record first
     std::u16string joinedText;  // every part's text, widened, in the order of parts
 };

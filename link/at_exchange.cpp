@@ -30,7 +30,8 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
     std::string line;
     line.reserve(command.size() + terminator.size());
     line.append(command).append(terminator);
-    if (!IsOpen()) return 0;
+    if (!IsOpen())
+        return 0;
     Send(line.data(), static_cast<uint32_t>(line.size()));
 
     // The phone echoes the command first; tokens are looked for after that many characters.
@@ -41,7 +42,8 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
     size_t searched = 0;
 
     for (;;) {
-        if (static_cast<uint32_t>(clock_.TickCount() - last) > timeout && !seen) return 0;
+        if (static_cast<uint32_t>(clock_.TickCount() - last) > timeout && !seen)
+            return 0;
 
         char buffer[kReadBufferSize] = {};
         const int count = Receive(buffer, kReadBufferSize);
@@ -51,10 +53,12 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
         }
         gathered.append(buffer, std::strlen(buffer));  // bytes after a NUL are lost
         last = clock_.TickCount();
-        if (gathered.size() > kMaxExchangeBytes) return 0;
+        if (gathered.size() > kMaxExchangeBytes)
+            return 0;
 
         if (FindNew(gathered, expected, start, searched) != std::string::npos) {
-            if (reply == nullptr) return 1;
+            if (reply == nullptr)
+                return 1;
             if (seen) {
                 *reply = gathered;
                 return 1;
@@ -64,7 +68,8 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
             continue;
         }
         if (FindNew(gathered, errorToken, start, searched) != std::string::npos) {
-            if (reply != nullptr) *reply = gathered;
+            if (reply != nullptr)
+                *reply = gathered;
             return 0;
         }
         searched = gathered.size();

@@ -12,13 +12,15 @@ void Bind(ModuleApi& modules, void* module, const char* name, Fn& entry) {
 // The parts every link class does alike: open, close, write and read on one handle.
 template <typename OpenFn, typename Target>
 bool OpenPort(OpenFn open, Target target, intptr_t closed, intptr_t& port) {
-    if (open == nullptr) return false;
+    if (open == nullptr)
+        return false;
     port = open(target);
     return port != closed;
 }
 
 bool ClosePort(LibPortCloseFn close, intptr_t closed, intptr_t& port) {
-    if (close == nullptr || port == closed) return false;
+    if (close == nullptr || port == closed)
+        return false;
     close(port);
     port = closed;
     return true;
@@ -26,12 +28,14 @@ bool ClosePort(LibPortCloseFn close, intptr_t closed, intptr_t& port) {
 
 int WritePort(LibPortWriteFn write, intptr_t closed, intptr_t port, const void* data,
               uint32_t length) {
-    if (write == nullptr || port == closed) return 0;
+    if (write == nullptr || port == closed)
+        return 0;
     return write(port, data, length);
 }
 
 int ReadPort(LibPortReadFn read, intptr_t closed, intptr_t port, void* buffer, uint32_t size) {
-    if (read == nullptr || port == closed) return 0;
+    if (read == nullptr || port == closed)
+        return 0;
     return read(port, buffer, size);
 }
 
@@ -40,9 +44,11 @@ int ReadPort(LibPortReadFn read, intptr_t closed, intptr_t port, void* buffer, u
 // Every export is looked up, missing ones stored as null: an operation without its
 // entry point then reports failure on its own.
 bool CBlueCore::LoadModule() {
-    if (module_ != nullptr) return true;
+    if (module_ != nullptr)
+        return true;
     module_ = modules_.Load("linkbt.mdl");
-    if (module_ == nullptr) return false;
+    if (module_ == nullptr)
+        return false;
     Bind(modules_, module_, "libEnumDevices", enumDevices_);
     Bind(modules_, module_, "libPortOpen", portOpen_);
     Bind(modules_, module_, "libPortClose", portClose_);
@@ -52,12 +58,17 @@ bool CBlueCore::LoadModule() {
 }
 
 int CBlueCore::EnumDevices(void* comboBox, LinkDeviceRecord* records, uint32_t maxCount) {
-    if (enumDevices_ == nullptr) return 0;
+    if (enumDevices_ == nullptr)
+        return 0;
     return enumDevices_(comboBox, records, maxCount, 0);
 }
 
-bool CBlueCore::Open(uint64_t address) { return OpenPort(portOpen_, address, kLinkBtClosed, port_); }
-bool CBlueCore::Close() { return ClosePort(portClose_, kLinkBtClosed, port_); }
+bool CBlueCore::Open(uint64_t address) {
+    return OpenPort(portOpen_, address, kLinkBtClosed, port_);
+}
+bool CBlueCore::Close() {
+    return ClosePort(portClose_, kLinkBtClosed, port_);
+}
 int CBlueCore::Write(const void* data, uint32_t length) {
     return WritePort(portWrite_, kLinkBtClosed, port_, data, length);
 }
@@ -65,13 +76,16 @@ int CBlueCore::Read(void* buffer, uint32_t size) {
     return ReadPort(portRead_, kLinkBtClosed, port_, buffer, size);
 }
 CBlueCore::~CBlueCore() {
-    if (module_ != nullptr) modules_.Free(module_);
+    if (module_ != nullptr)
+        modules_.Free(module_);
 }
 
 bool CIrCore::LoadModule() {
-    if (module_ != nullptr) return true;
+    if (module_ != nullptr)
+        return true;
     module_ = modules_.Load("linkir.mdl");
-    if (module_ == nullptr) return false;
+    if (module_ == nullptr)
+        return false;
     Bind(modules_, module_, "libPortOpen", portOpen_);
     Bind(modules_, module_, "libPortClose", portClose_);
     Bind(modules_, module_, "libPortRead", portRead_);
@@ -79,8 +93,12 @@ bool CIrCore::LoadModule() {
     return true;
 }
 
-bool CIrCore::Open(uint32_t target) { return OpenPort(portOpen_, target, kLinkIrClosed, port_); }
-bool CIrCore::Close() { return ClosePort(portClose_, kLinkIrClosed, port_); }
+bool CIrCore::Open(uint32_t target) {
+    return OpenPort(portOpen_, target, kLinkIrClosed, port_);
+}
+bool CIrCore::Close() {
+    return ClosePort(portClose_, kLinkIrClosed, port_);
+}
 int CIrCore::Write(const void* data, uint32_t length) {
     return WritePort(portWrite_, kLinkIrClosed, port_, data, length);
 }
@@ -88,13 +106,16 @@ int CIrCore::Read(void* buffer, uint32_t size) {
     return ReadPort(portRead_, kLinkIrClosed, port_, buffer, size);
 }
 CIrCore::~CIrCore() {
-    if (module_ != nullptr) modules_.Free(module_);
+    if (module_ != nullptr)
+        modules_.Free(module_);
 }
 
 bool CSerialCore::LoadModule() {
-    if (module_ != nullptr) return true;
+    if (module_ != nullptr)
+        return true;
     module_ = modules_.Load("linkcom.mdl");
-    if (module_ == nullptr) return false;
+    if (module_ == nullptr)
+        return false;
     Bind(modules_, module_, "libEnumPorts", enumPorts_);
     Bind(modules_, module_, "libPortOpen", portOpen_);
     Bind(modules_, module_, "libPortClose", portClose_);
@@ -104,12 +125,17 @@ bool CSerialCore::LoadModule() {
 }
 
 int CSerialCore::EnumPorts(LinkUIntArray* numbers, LinkWStringArray* names) {
-    if (enumPorts_ == nullptr) return 0;
+    if (enumPorts_ == nullptr)
+        return 0;
     return enumPorts_(numbers, names);
 }
 
-bool CSerialCore::Open(uint32_t port) { return OpenPort(portOpen_, port, kLinkComClosed, port_); }
-bool CSerialCore::Close() { return ClosePort(portClose_, kLinkComClosed, port_); }
+bool CSerialCore::Open(uint32_t port) {
+    return OpenPort(portOpen_, port, kLinkComClosed, port_);
+}
+bool CSerialCore::Close() {
+    return ClosePort(portClose_, kLinkComClosed, port_);
+}
 int CSerialCore::Write(const void* data, uint32_t length) {
     return WritePort(portWrite_, kLinkComClosed, port_, data, length);
 }
@@ -117,7 +143,8 @@ int CSerialCore::Read(void* buffer, uint32_t size) {
     return ReadPort(portRead_, kLinkComClosed, port_, buffer, size);
 }
 CSerialCore::~CSerialCore() {
-    if (module_ != nullptr) modules_.Free(module_);
+    if (module_ != nullptr)
+        modules_.Free(module_);
 }
 
 }  // namespace tarnik

@@ -27,8 +27,8 @@ struct LinkWStringArray {
 
 // One found Bluetooth device. The plug-in reads only the address.
 struct LinkDeviceRecord {
-    uint64_t address;     // BTH_ADDR, little-endian
-    char16_t name[20];    // the device's name, cut and NUL-terminated
+    uint64_t address;   // BTH_ADDR, little-endian
+    char16_t name[20];  // the device's name, cut and NUL-terminated
 };
 static_assert(sizeof(LinkDeviceRecord) == 48, "device records are 48 bytes");
 

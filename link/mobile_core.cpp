@@ -6,7 +6,9 @@ CMobileCore::CMobileCore(CoreKind kind, Clock& clock, ModuleApi& modules)
     : CBlueCore(modules), CSerialCore(modules), CIrCore(modules), kind_(kind), clock_(clock) {}
 
 // The bases then free their libraries: IrDA, COM, Bluetooth.
-CMobileCore::~CMobileCore() { Close(); }
+CMobileCore::~CMobileCore() {
+    Close();
+}
 
 bool CMobileCore::Close() {
     switch (kind_) {
@@ -34,7 +36,8 @@ int CMobileCore::Send(const void* data, uint32_t length) {
 }
 
 int CMobileCore::Receive(void* buffer, uint32_t size) {
-    if (size == 0) return 0;
+    if (size == 0)
+        return 0;
     switch (kind_) {
         case CORE_SERIAL:
             return CSerialCore::Receive(buffer, size - 1);

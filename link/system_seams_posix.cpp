@@ -17,7 +17,8 @@ namespace {
 std::string ProgramDirectory() {
     char path[4096];
     const ssize_t n = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (n <= 0) return {};
+    if (n <= 0)
+        return {};
     std::string dir(path, static_cast<size_t>(n));
     const size_t slash = dir.rfind('/');
     return slash == std::string::npos ? std::string{} : dir.substr(0, slash + 1);
@@ -27,7 +28,8 @@ class PosixModules final : public ModuleApi {
 public:
     void* Load(const char* fileName) override {
         const std::string beside = ProgramDirectory() + fileName;
-        if (void* module = dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL)) return module;
+        if (void* module = dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL))
+            return module;
         return dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
     }
     void* Find(void* module, const char* exportName) override { return dlsym(module, exportName); }

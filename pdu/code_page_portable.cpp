@@ -4,7 +4,11 @@
 
 namespace tarnik {
 
-std::string NarrowFromUtf16(std::u16string_view wide) { return Cp1250FromUtf16(wide); }
-std::u16string WidenNarrow(std::string_view narrow) { return Utf16FromCp1250(narrow); }
+std::string NarrowFromUtf16(std::u16string_view wide) {
+    return Cp1250FromUtf16(wide);
+}
+std::u16string WidenNarrow(std::string_view narrow) {
+    return Utf16FromCp1250(narrow);
+}
 
 }  // namespace tarnik

@@ -28,15 +28,21 @@ constexpr char16_t kHighHalf[128] = {
 };
 
 char NarrowOf(char16_t unit) {
-    if (unit < 0x80) return static_cast<char>(unit);
+    if (unit < 0x80)
+        return static_cast<char>(unit);
     for (int i = 0; i < 128; ++i) {
-        if (kHighHalf[i] == unit) return static_cast<char>(0x80 + i);
+        if (kHighHalf[i] == unit)
+            return static_cast<char>(0x80 + i);
     }
     return '?';
 }
 
-bool IsHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
-bool IsLowSurrogate(char16_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
+bool IsHighSurrogate(char16_t u) {
+    return u >= 0xD800 && u <= 0xDBFF;
+}
+bool IsLowSurrogate(char16_t u) {
+    return u >= 0xDC00 && u <= 0xDFFF;
+}
 
 }  // namespace
 
@@ -45,7 +51,8 @@ std::string Cp1250FromUtf16(std::u16string_view wide) {
     out.reserve(wide.size());
     for (size_t i = 0; i < wide.size(); ++i) {
         // A surrogate pair is one character the code page lacks: one '?'.
-        if (IsHighSurrogate(wide[i]) && i + 1 < wide.size() && IsLowSurrogate(wide[i + 1])) ++i;
+        if (IsHighSurrogate(wide[i]) && i + 1 < wide.size() && IsLowSurrogate(wide[i + 1]))
+            ++i;
         out.push_back(NarrowOf(wide[i]));
     }
     return out;

@@ -20,7 +20,8 @@ constexpr std::array<GsmRow, 129> BuildDefaultTable() {
     for (int s = 0; s < 128; ++s) {
         rows[s] = GsmRow{static_cast<uint8_t>(s), static_cast<uint8_t>(s)};
     }
-    for (const GsmRow& row : kDefaultExceptions) rows[row.septet] = row;
+    for (const GsmRow& row : kDefaultExceptions)
+        rows[row.septet] = row;
     rows[128] = GsmRow{0x60, 0x27};
     return rows;
 }
@@ -30,7 +31,8 @@ constexpr uint8_t Walk(const std::array<GsmRow, N>& rows, uint8_t value, GsmColu
                        GsmColumn to) {
     for (const GsmRow& row : rows) {
         const uint8_t key = from == GsmColumn::kByte ? row.byte : row.septet;
-        if (key == value) return to == GsmColumn::kByte ? row.byte : row.septet;
+        if (key == value)
+            return to == GsmColumn::kByte ? row.byte : row.septet;
     }
     return kGsmNotFound;
 }
@@ -61,11 +63,11 @@ constexpr FastMaps BuildFastMaps() {
     for (int v = 0; v < 256; ++v) {
         const auto value = static_cast<uint8_t>(v);
         maps.septetFromByte[v] = Walk(kDefault, value, GsmColumn::kByte, GsmColumn::kSeptet);
-        maps.byteFromExtSeptet[v] =
-            Walk(kExtension, value, GsmColumn::kSeptet, GsmColumn::kByte);
+        maps.byteFromExtSeptet[v] = Walk(kExtension, value, GsmColumn::kSeptet, GsmColumn::kByte);
         // The extension column holds no septet 0, so 0 can mean "not in the table".
         bool inExtension = false;
-        for (const GsmRow& row : kExtension) inExtension = inExtension || row.byte == value;
+        for (const GsmRow& row : kExtension)
+            inExtension = inExtension || row.byte == value;
         maps.extSeptetFromByte[v] =
             inExtension ? Walk(kExtension, value, GsmColumn::kByte, GsmColumn::kSeptet) : 0;
         if (v < 128) {
@@ -90,9 +92,17 @@ uint8_t GsmExtLookup(uint8_t value, GsmColumn from, GsmColumn to) {
     return Walk(kExtension, value, from, to);
 }
 
-uint8_t SeptetFromByte(uint8_t byte) { return kMaps.septetFromByte[byte]; }
-uint8_t ByteFromSeptet(uint8_t septet) { return kMaps.byteFromSeptet[septet & 0x7F]; }
-uint8_t ExtensionSeptetFromByte(uint8_t byte) { return kMaps.extSeptetFromByte[byte]; }
-uint8_t ByteFromExtensionSeptet(uint8_t septet) { return kMaps.byteFromExtSeptet[septet]; }
+uint8_t SeptetFromByte(uint8_t byte) {
+    return kMaps.septetFromByte[byte];
+}
+uint8_t ByteFromSeptet(uint8_t septet) {
+    return kMaps.byteFromSeptet[septet & 0x7F];
+}
+uint8_t ExtensionSeptetFromByte(uint8_t byte) {
+    return kMaps.extSeptetFromByte[byte];
+}
+uint8_t ByteFromExtensionSeptet(uint8_t septet) {
+    return kMaps.byteFromExtSeptet[septet];
+}
 
 }  // namespace tarnik

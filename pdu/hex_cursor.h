@@ -18,25 +18,29 @@ public:
 
     // Each read either consumes the whole field or nothing and returns false.
     bool ReadOctet(uint8_t& out) {
-        if (Remaining() < 2) return false;
+        if (Remaining() < 2)
+            return false;
         out = HexPairValue(hex_[pos_], hex_[pos_ + 1]);
         pos_ += 2;
         return true;
     }
     bool ReadLenientOctet(uint8_t& out) {
-        if (Remaining() < 2) return false;
+        if (Remaining() < 2)
+            return false;
         out = HexPairValueLenient(hex_[pos_], hex_[pos_ + 1]);
         pos_ += 2;
         return true;
     }
     bool Take(size_t chars, std::string_view& out) {
-        if (Remaining() < chars) return false;
+        if (Remaining() < chars)
+            return false;
         out = hex_.substr(pos_, chars);
         pos_ += chars;
         return true;
     }
     bool Skip(size_t chars) {
-        if (Remaining() < chars) return false;
+        if (Remaining() < chars)
+            return false;
         pos_ += chars;
         return true;
     }

@@ -31,8 +31,10 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
     for (int element = 0; element < kMaxHeaderElements; ++element) {
         uint8_t iei = 0;
         uint8_t length = 0;
-        if (!cursor.ReadOctet(iei) || !cursor.ReadOctet(length)) return;
-        if (length < 1) return;  // a zero-length element ends the walk
+        if (!cursor.ReadOctet(iei) || !cursor.ReadOctet(length))
+            return;
+        if (length < 1)
+            return;  // a zero-length element ends the walk
         HexCursor data(cursor.Rest());
         uint8_t a = 0, b = 0, c = 0, d = 0;
         if (iei == kIeiConcat8 && data.ReadOctet(a) && data.ReadOctet(b) && data.ReadOctet(c)) {
@@ -47,7 +49,8 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
             record.concatTotal = c;
             record.concatSeq = d;
         }
-        if (!cursor.Skip(2u * length)) return;
+        if (!cursor.Skip(2u * length))
+            return;
     }
 }
 
@@ -55,13 +58,15 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
 // refused as a whole rather than shown cut.
 bool DecodeUcs2(std::string_view hex, std::string& text) {
     const size_t units = hex.size() / 4;
-    if (units > kMaxUcs2Units) return false;
+    if (units > kMaxUcs2Units)
+        return false;
     std::u16string wide;
     wide.reserve(units);
     for (size_t i = 0; i < units; ++i) {
-        const char16_t unit = static_cast<char16_t>(
-            HexPairValue(hex[4 * i], hex[4 * i + 1]) << 8 | HexPairValue(hex[4 * i + 2], hex[4 * i + 3]));
-        if (unit == 0) break;  // the text buffer is NUL-terminated
+        const char16_t unit = static_cast<char16_t>(HexPairValue(hex[4 * i], hex[4 * i + 1]) << 8 |
+                                                    HexPairValue(hex[4 * i + 2], hex[4 * i + 3]));
+        if (unit == 0)
+            break;  // the text buffer is NUL-terminated
         wide.push_back(unit);
     }
     text = NarrowFromUtf16(wide);
@@ -86,7 +91,8 @@ bool DecodeUserData(std::string_view ud, SmsPdu& record) {
         case kAlphabetUcs2: {
             const std::string_view body =
                 2 * headerOctets < ud.size() ? ud.substr(2 * headerOctets) : std::string_view{};
-            if (!DecodeUcs2(body, record.text)) return false;
+            if (!DecodeUcs2(body, record.text))
+                return false;
             break;
         }
         default:
@@ -94,7 +100,8 @@ bool DecodeUserData(std::string_view ud, SmsPdu& record) {
             break;
     }
     // A padding septet decodes to '@'; so does a real trailing one, which is lost with it.
-    while (!record.text.empty() && record.text.back() == '@') record.text.pop_back();
+    while (!record.text.empty() && record.text.back() == '@')
+        record.text.pop_back();
     return true;
 }
 
@@ -104,18 +111,22 @@ SmsPdu DecodePdu(std::string hex) {
     SmsPdu record;
     HexCursor cursor(hex);
     uint8_t smscLength = 0;
-    if (!cursor.ReadOctet(smscLength)) return record;
+    if (!cursor.ReadOctet(smscLength))
+        return record;
     if (smscLength > 0) {
         uint8_t type = 0;
-        if (cursor.ReadOctet(type)) DecodeAddressType(type, record.smsc);
+        if (cursor.ReadOctet(type))
+            DecodeAddressType(type, record.smsc);
         if (smscLength >= 2 && record.smsc.ton != kTonAlphanumeric) {
-            record.smsc.number = NumberFromSemiOctets(cursor.Rest().substr(0, 2u * (smscLength - 1)));
+            record.smsc.number =
+                NumberFromSemiOctets(cursor.Rest().substr(0, 2u * (smscLength - 1)));
         }
         cursor.SkipUpTo(2u * (smscLength - 1));
     }
 
     uint8_t first = 0;
-    if (!cursor.ReadOctet(first)) return record;  // TP-MTI cannot be read
+    if (!cursor.ReadOctet(first))
+        return record;  // TP-MTI cannot be read
     record.firstOctet = DecodeFirstOctet(first);
 
     switch (record.firstOctet.mti) {
@@ -146,7 +157,8 @@ SmsPdu DecodeDeliver(std::string_view rest, SmsPdu record) {
     }
     record.alphabet = AlphabetFromDcs(dcs);
     record.timestamp = DecodeTimeStamp(scts);
-    if (!DecodeUserData(cursor.Rest(), record)) record.decoded = false;
+    if (!DecodeUserData(cursor.Rest(), record))
+        record.decoded = false;
     return record;
 }
 
@@ -173,9 +185,11 @@ SmsPdu DecodeSubmit(std::string_view rest, SmsPdu record) {
         record.decoded = false;
         return record;
     }
-    if (!DecodeUserData(cursor.Rest(), record)) record.decoded = false;
+    if (!DecodeUserData(cursor.Rest(), record))
+        record.decoded = false;
     record.timestamp.text = "None";
-    if (record.address.number.empty()) record.address.number = "[ None ]";
+    if (record.address.number.empty())
+        record.address.number = "[ None ]";
     return record;
 }
 

@@ -30,24 +30,29 @@ SmsFirstOctet DecodeFirstOctet(uint8_t octet) {
 
 uint32_t AlphabetFromDcs(uint8_t dcs) {
     const unsigned group = dcs >> 4;
-    if (group <= 3) return (dcs >> 2) & 0x03;
-    if (group == 15) return (dcs >> 2) & 0x01;
+    if (group <= 3)
+        return (dcs >> 2) & 0x03;
+    if (group == 15)
+        return (dcs >> 2) & 0x01;
     return kAlphabetGsm7;
 }
 
 std::string NumberFromSemiOctets(std::string_view chars) {
     std::string number = SwapSemiOctets(chars);
-    if (!number.empty() && number.back() == 'F') number.pop_back();
+    if (!number.empty() && number.back() == 'F')
+        number.pop_back();
     return number;
 }
 
 bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alphanumeric) {
     uint8_t length = 0;
     uint8_t type = 0;
-    if (!cursor.ReadOctet(length) || !cursor.ReadOctet(type)) return false;
+    if (!cursor.ReadOctet(length) || !cursor.ReadOctet(type))
+        return false;
     const size_t chars = length + (length & 1u);
     std::string_view digits;
-    if (!cursor.Take(chars, digits)) return false;
+    if (!cursor.Take(chars, digits))
+        return false;
     DecodeAddressType(type, address);
     if (address.ton != kTonAlphanumeric) {
         address.number = NumberFromSemiOctets(digits);

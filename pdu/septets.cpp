@@ -11,15 +11,18 @@ int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex) {
     const size_t fill = headerOctets > 0 ? HeaderSeptets(headerOctets) : 0;
     uint8_t septets[kMaxSeptets + 1];
     size_t count = fill;
-    for (size_t i = 0; i < fill && i < kMaxSeptets; ++i) septets[i] = 0;
+    for (size_t i = 0; i < fill && i < kMaxSeptets; ++i)
+        septets[i] = 0;
 
     for (const char c : text) {
-        if (count >= kMaxSeptets) break;
+        if (count >= kMaxSeptets)
+            break;
         const auto byte = static_cast<uint8_t>(c);
         const uint8_t ext = ExtensionSeptetFromByte(byte);
         if (ext != 0) {
             // A TP-UDL of 161 would make the service centre reject the whole part.
-            if (count + 2 > kMaxSeptets) break;
+            if (count + 2 > kMaxSeptets)
+                break;
             septets[count++] = kGsmEscape;
             septets[count++] = ext;
         } else {
@@ -43,7 +46,8 @@ int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex) {
             ++written;
         }
     }
-    if (written < octets) AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
+    if (written < octets)
+        AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
     return static_cast<int>(count);
 }
 
@@ -62,7 +66,8 @@ std::string UnpackSeptets(std::string_view hex, size_t headerOctets) {
         const size_t octet = bitPos / 8;
         const unsigned shift = bitPos % 8;
         uint32_t window = HexPairValue(hex[2 * octet], hex[2 * octet + 1]);
-        if (shift > 1) window |= uint32_t{HexPairValue(hex[2 * octet + 2], hex[2 * octet + 3])} << 8;
+        if (shift > 1)
+            window |= uint32_t{HexPairValue(hex[2 * octet + 2], hex[2 * octet + 3])} << 8;
         const auto septet = static_cast<uint8_t>((window >> shift) & 0x7F);
 
         if (escaped) {

@@ -13,7 +13,9 @@ constexpr int kMaxSeptets = 160;
 
 // Septets taken by a user data header of h octets, its length octet included,
 // fill bits rounded up (TS 23.040 9.2.3.24): ceil(8h / 7).
-constexpr size_t HeaderSeptets(size_t headerOctets) { return (8 * headerOctets + 6) / 7; }
+constexpr size_t HeaderSeptets(size_t headerOctets) {
+    return (8 * headerOctets + 6) / 7;
+}
 
 // Packs the narrow text after a header of `headerOctets` octets (0 for none) and
 // returns the TP-User-Data-Length in septets, header septets included. `hex` receives

@@ -32,9 +32,9 @@ struct SmsTime {
     uint8_t hour = 0;
     uint8_t minute = 0;
     uint8_t second = 0;
-    std::string text;    // "20yy-mm-dd hh:mm:ss" as the digits stand
-    double date = 0.0;   // OLE automation date, local time
-    int64_t time = 0;    // seconds since 1970 of the same local time
+    std::string text;   // "20yy-mm-dd hh:mm:ss" as the digits stand
+    double date = 0.0;  // OLE automation date, local time
+    int64_t time = 0;   // seconds since 1970 of the same local time
 };
 
 enum SmsAlphabet : uint32_t {

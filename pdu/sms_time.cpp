@@ -11,8 +11,10 @@ namespace {
 // The decimal value of a pair as the digits stand: leading digits count, the first
 // other character ends the number ("4F" is 4, "F4" is 0).
 uint8_t PairValue(char high, char low) {
-    if (high < '0' || high > '9') return 0;
-    if (low < '0' || low > '9') return static_cast<uint8_t>(high - '0');
+    if (high < '0' || high > '9')
+        return 0;
+    if (low < '0' || low > '9')
+        return static_cast<uint8_t>(high - '0');
     return static_cast<uint8_t>((high - '0') * 10 + (low - '0'));
 }
 
@@ -41,8 +43,10 @@ std::string TimeStampText(std::string_view chars) {
     std::string text = "20";
     static constexpr char kSeparators[] = "-- ::";
     for (size_t pair = 0; pair < 6; ++pair) {
-        if (pair > 0) text.push_back(kSeparators[pair - 1]);
-        if (2 * pair < s.size()) text.append(s, 2 * pair, 2);
+        if (pair > 0)
+            text.push_back(kSeparators[pair - 1]);
+        if (2 * pair < s.size())
+            text.append(s, 2 * pair, 2);
     }
     return text;
 }
@@ -80,11 +84,13 @@ int64_t LocalCalendarTime(int year, int month, int day, int hour, int minute, in
 
 double OleDateFromTime(int64_t time) {
     std::tm local{};
-    if (!ToLocal(static_cast<std::time_t>(time), local)) return 0.0;
+    if (!ToLocal(static_cast<std::time_t>(time), local))
+        return 0.0;
     // Day 0 of the OLE calendar is 1899-12-30, 25569 days before 1970-01-01.
     const int64_t days =
         DaysFromCivil(local.tm_year + 1900, static_cast<unsigned>(local.tm_mon + 1),
-                      static_cast<unsigned>(local.tm_mday)) + 25569;
+                      static_cast<unsigned>(local.tm_mday)) +
+        25569;
     const int seconds = local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec;
     return static_cast<double>(days) + seconds / 86400.0;
 }

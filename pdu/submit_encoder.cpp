@@ -23,23 +23,27 @@ std::string EncodeSubmit(SmsSubmitParams& p) {
     std::string pdu = "00";  // no SMSC: the phone uses its own
 
     uint8_t first = kMtiSubmit;
-    if (p.vpPresent) first |= kVpfRelative;
+    if (p.vpPresent)
+        first |= kVpfRelative;
     if (p.statusReport && (p.concat == 0 || p.concatSeq == p.concatTotal)) {
         first |= kStatusReportRequest;  // only the last part asks for a report
     }
-    if (p.concat) first |= kUdhi;
+    if (p.concat)
+        first |= kUdhi;
     AppendHexOctet(pdu, first);
     AppendHexOctet(pdu, p.messageRef);
 
     const size_t digits = p.number.size();
-    if (digits % 2 != 0) p.number.push_back('F');
+    if (digits % 2 != 0)
+        p.number.push_back('F');
     AppendHexOctet(pdu, static_cast<uint8_t>(digits));
     pdu += p.number.size() <= 5 ? "81" : "91";  // TS 23.040 9.1.2.5: unknown / international
     pdu += SwapSemiOctets(p.number);
 
     pdu += "00";  // TP-PID
     AppendHexOctet(pdu, p.flash ? kDcsFlash : 0x00);
-    if (p.vpPresent) AppendHexOctet(pdu, static_cast<uint8_t>(p.vp));
+    if (p.vpPresent)
+        AppendHexOctet(pdu, static_cast<uint8_t>(p.vp));
 
     std::string header;
     size_t headerOctets = 0;
@@ -64,6 +68,8 @@ std::string EncodeSubmit(SmsSubmitParams& p) {
     return pdu;
 }
 
-int CmgsLength(const std::string& pdu) { return static_cast<int>(pdu.size() / 2) - 1; }
+int CmgsLength(const std::string& pdu) {
+    return static_cast<int>(pdu.size() / 2) - 1;
+}
 
 }  // namespace tarnik

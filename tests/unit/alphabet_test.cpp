@@ -14,9 +14,9 @@ TEST(GsmTable, RowsFollowTheDefaultAlphabet) {
     const struct {
         uint8_t septet, byte;
     } cases[] = {
-        {0x00, 0x40}, {0x01, 0xA3}, {0x02, 0x24}, {0x0A, 0x0A}, {0x10, 0x81}, {0x1A, 0x8A},
-        {0x1B, 0x1B}, {0x1E, 0xDF}, {0x24, 0xA4}, {0x27, 0x27}, {0x40, 0xA1}, {0x41, 0x41},
-        {0x5F, 0xA7}, {0x60, 0xBF}, {0x7F, 0xE0},
+        {0x00, 0x40}, {0x01, 0xA3}, {0x02, 0x24}, {0x0A, 0x0A}, {0x10, 0x81},
+        {0x1A, 0x8A}, {0x1B, 0x1B}, {0x1E, 0xDF}, {0x24, 0xA4}, {0x27, 0x27},
+        {0x40, 0xA1}, {0x41, 0x41}, {0x5F, 0xA7}, {0x60, 0xBF}, {0x7F, 0xE0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.septet);
@@ -49,7 +49,8 @@ TEST(GsmTable, FastMapsAgreeWithTheWalk) {
         const uint8_t ext = GsmExtLookup(value, GsmColumn::kByte, GsmColumn::kSeptet);
         EXPECT_EQ(ExtensionSeptetFromByte(value), ext == 0x20 ? 0 : ext);
         if (v < 128) {
-            EXPECT_EQ(ByteFromSeptet(value), GsmLookup(value, GsmColumn::kSeptet, GsmColumn::kByte));
+            EXPECT_EQ(ByteFromSeptet(value),
+                      GsmLookup(value, GsmColumn::kSeptet, GsmColumn::kByte));
         }
     }
 }
@@ -80,10 +81,11 @@ TEST(Hex, SwapSemiOctets) {
         const char* in;
         const char* out;
     } cases[] = {
-        {"", ""}, {"1", ""}, {"12", "21"}, {"12345F", "2143F5"}, {"2143F5", "12345F"},
+        {"", ""},      {"1", ""}, {"12", "21"}, {"12345F", "2143F5"}, {"2143F5", "12345F"},
         {"123", "21"},  // a trailing odd character is dropped
     };
-    for (const auto& c : cases) EXPECT_EQ(SwapSemiOctets(c.in), c.out) << c.in;
+    for (const auto& c : cases)
+        EXPECT_EQ(SwapSemiOctets(c.in), c.out) << c.in;
 }
 
 TEST(CodePage, EveryCp1250ByteRoundTrips) {

@@ -31,28 +31,125 @@ struct ExchangeCase {
 TEST(SendCommand, Dialogues) {
     const std::string nul("AT\r\r\n\0OK\r\n", 10);
     const ExchangeCase cases[] = {
-        {"echo, then OK, no reply wanted", "AT", "OK", false, 500, {"AT\r\r\nOK\r\n"}, 1, kUntouched, 0},
-        {"token split over two reads", "AT", "OK", false, 500, {"AT\r\r\nO", "K\r\n"}, 1, kUntouched, 0},
-        {"silence first, then OK", "AT", "OK", false, 500, {"", "", "AT\r\r\nOK"}, 1, kUntouched, 200},
-        {"reply: one more read after the token", "AT+CMGS=18", "OK", true, 45000,
-         {"AT+CMGS=18\r\r\n+CMGS: 7\r\n", "\r\nOK\r\n", "\r\n+CDS: 25\r\n"}, 1,
-         "AT+CMGS=18\r\r\n+CMGS: 7\r\n\r\nOK\r\n\r\n+CDS: 25\r\n", 1000},
-        {"reply: the extra read may bring nothing", "AT", "OK", true, 500, {"AT\r\r\nOK\r\n"}, 1,
-         "AT\r\r\nOK\r\n", 1000},
-        {"prompt is one character", "AT+CMGS=18", ">", false, 500, {"AT+CMGS=18\r\r\n> "}, 1,
-         kUntouched, 0},
-        {"error token", "AT+CMGS=18", ">", true, 500, {"AT+CMGS=18\r\r\n+CMS ERROR: 42\r\n"}, 0,
-         "AT+CMGS=18\r\r\n+CMS ERROR: 42\r\n", 0},
-        {"both tokens: success wins", "AT", "OK", false, 500, {"AT\r\r\nERROR OK"}, 1, kUntouched, 0},
-        {"token inside the echo is not seen", "AT+CPMS=\"OK\"", "OK", true, 500,
-         {"AT+CPMS=\"OK\"\r"}, 0, kUntouched, 600},
-        {"short answer without echo hides in the skipped part", "AT+CMGL=4", "OK", false, 500,
-         {"\r\nOK\r\n"}, 0, kUntouched, 600},
+        {"echo, then OK, no reply wanted",
+         "AT",
+         "OK",
+         false,
+         500,
+         {"AT\r\r\nOK\r\n"},
+         1,
+         kUntouched,
+         0},
+        {"token split over two reads",
+         "AT",
+         "OK",
+         false,
+         500,
+         {"AT\r\r\nO", "K\r\n"},
+         1,
+         kUntouched,
+         0},
+        {"silence first, then OK",
+         "AT",
+         "OK",
+         false,
+         500,
+         {"", "", "AT\r\r\nOK"},
+         1,
+         kUntouched,
+         200},
+        {"reply: one more read after the token",
+         "AT+CMGS=18",
+         "OK",
+         true,
+         45000,
+         {"AT+CMGS=18\r\r\n+CMGS: 7\r\n", "\r\nOK\r\n", "\r\n+CDS: 25\r\n"},
+         1,
+         "AT+CMGS=18\r\r\n+CMGS: 7\r\n\r\nOK\r\n\r\n+CDS: 25\r\n",
+         1000},
+        {"reply: the extra read may bring nothing",
+         "AT",
+         "OK",
+         true,
+         500,
+         {"AT\r\r\nOK\r\n"},
+         1,
+         "AT\r\r\nOK\r\n",
+         1000},
+        {"prompt is one character",
+         "AT+CMGS=18",
+         ">",
+         false,
+         500,
+         {"AT+CMGS=18\r\r\n> "},
+         1,
+         kUntouched,
+         0},
+        {"error token",
+         "AT+CMGS=18",
+         ">",
+         true,
+         500,
+         {"AT+CMGS=18\r\r\n+CMS ERROR: 42\r\n"},
+         0,
+         "AT+CMGS=18\r\r\n+CMS ERROR: 42\r\n",
+         0},
+        {"both tokens: success wins",
+         "AT",
+         "OK",
+         false,
+         500,
+         {"AT\r\r\nERROR OK"},
+         1,
+         kUntouched,
+         0},
+        {"token inside the echo is not seen",
+         "AT+CPMS=\"OK\"",
+         "OK",
+         true,
+         500,
+         {"AT+CPMS=\"OK\"\r"},
+         0,
+         kUntouched,
+         600},
+        {"short answer without echo hides in the skipped part",
+         "AT+CMGL=4",
+         "OK",
+         false,
+         500,
+         {"\r\nOK\r\n"},
+         0,
+         kUntouched,
+         600},
         {"silence times out after the limit", "AT", "OK", true, 500, {}, 0, kUntouched, 600},
-        {"time-out 0 fails after the first empty read", "AT", "OK", false, 0, {}, 0, kUntouched, 100},
-        {"bytes after a NUL in one chunk are lost", "AT", "OK", false, 500, {nul}, 0, kUntouched, 600},
-        {"tick count wraps without a false time-out", "AT", "OK", false, 500,
-         {"", "", "", "AT\r\r\nOK"}, 1, kUntouched, 300, 0xFFFFFF00u},
+        {"time-out 0 fails after the first empty read",
+         "AT",
+         "OK",
+         false,
+         0,
+         {},
+         0,
+         kUntouched,
+         100},
+        {"bytes after a NUL in one chunk are lost",
+         "AT",
+         "OK",
+         false,
+         500,
+         {nul},
+         0,
+         kUntouched,
+         600},
+        {"tick count wraps without a false time-out",
+         "AT",
+         "OK",
+         false,
+         500,
+         {"", "", "", "AT\r\r\nOK"},
+         1,
+         kUntouched,
+         300,
+         0xFFFFFF00u},
     };
     for (const ExchangeCase& c : cases) {
         SCOPED_TRACE(c.name);
@@ -63,13 +160,14 @@ TEST(SendCommand, Dialogues) {
         core.CSerialCore::LoadModule();
         ASSERT_TRUE(core.OpenSerial(1));
         std::string reply = kUntouched;
-        const int result =
-            core.SendCommand(c.command, c.expected, "\r", "ERROR", c.wantReply ? &reply : nullptr, c.timeout);
+        const int result = core.SendCommand(c.command, c.expected, "\r", "ERROR",
+                                            c.wantReply ? &reply : nullptr, c.timeout);
         EXPECT_EQ(result, c.result);
         EXPECT_EQ(reply, c.reply);
         EXPECT_EQ(modules.com().written, c.command + "\r");
         EXPECT_EQ(std::accumulate(clock.slept.begin(), clock.slept.end(), 0u), c.sleptMs);
-        for (uint32_t size : modules.com().readSizes) EXPECT_EQ(size, 255u);
+        for (uint32_t size : modules.com().readSizes)
+            EXPECT_EQ(size, 255u);
     }
 }
 
@@ -103,10 +201,12 @@ TEST(SendCommand, LongListingArrivesWhole) {
     FakeClock clock;
     std::string listing = "AT+CMGL=4\r\r\n";
     for (int i = 0; i < 2000; ++i) {
-        listing += "+CMGL: " + std::to_string(i) + ",1,,23\r\n00040B918406214365F700004210517143548004D4F29C0E\r\n";
+        listing += "+CMGL: " + std::to_string(i) +
+                   ",1,,23\r\n00040B918406214365F700004210517143548004D4F29C0E\r\n";
     }
     listing += "\r\nOK\r\n";
-    for (size_t i = 0; i < listing.size(); i += 100) modules.com().reads.push_back(listing.substr(i, 100));
+    for (size_t i = 0; i < listing.size(); i += 100)
+        modules.com().reads.push_back(listing.substr(i, 100));
     CMobileCore core(CORE_SERIAL, clock, modules);
     core.CSerialCore::LoadModule();
     core.OpenSerial(1);

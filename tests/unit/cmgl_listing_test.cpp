@@ -1,9 +1,10 @@
+#include "download/cmgl_listing.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "download/cmgl_listing.h"
 #include "tests/unit/pdu_builders.h"
 
 namespace tarnik {
@@ -37,7 +38,8 @@ TEST(TextAfterColon, Trimming) {
         {"a:b:c", "b:c"},
         {":", ""},
     };
-    for (const auto& c : cases) EXPECT_EQ(TextAfterColon(c.in), c.out) << c.in;
+    for (const auto& c : cases)
+        EXPECT_EQ(TextAfterColon(c.in), c.out) << c.in;
 }
 
 TEST(ParseCmglListing, RecordsInListingOrderWithIndexAndStorage) {
@@ -68,10 +70,11 @@ TEST(ParseCmglListing, OddReplies) {
         {"line feeds only", "+CMGL: 1,1,,23\n" + kDeliverTest + "\n", 1},
         {"PDU line of 20 characters", Entry(1, pdu20), 1},
         {"PDU line of 19 characters", Entry(1, pdu20.substr(0, 19)), 0},
-        {"undecodable PDU is dropped", Entry(1, "0004" + std::string(40, '0').substr(0, 20)) +
-                                           Entry(2, kDeliverTest), 1},
+        {"undecodable PDU is dropped",
+         Entry(1, "0004" + std::string(40, '0').substr(0, 20)) + Entry(2, kDeliverTest), 1},
         {"reserved message type is dropped", Entry(1, "0003" + kDeliverTest.substr(4)), 0},
-        {"blanks inside the PDU line", "+CMGL: 1,1,,23\r\n00 04 0B91 8406214365F700004210517143548004D4F29C0E\r\n", 1},
+        {"blanks inside the PDU line",
+         "+CMGL: 1,1,,23\r\n00 04 0B91 8406214365F700004210517143548004D4F29C0E\r\n", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -97,7 +100,8 @@ TEST(ParseCmglListing, IndexComesFromTheHeaderLine) {
 
 TEST(ParseCmglListing, AtMost2047MessagesPerReply) {
     std::string reply = "AT+CMGL=4\r\r\n";
-    for (int i = 0; i < 2049; ++i) reply += Entry(i, kDeliverTest);
+    for (int i = 0; i < 2049; ++i)
+        reply += Entry(i, kDeliverTest);
     reply += "\r\nOK\r\n";
     const std::vector<SmsPdu> r = Parse(reply);
     ASSERT_EQ(r.size(), 2047u);

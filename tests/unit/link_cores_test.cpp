@@ -19,10 +19,13 @@ TEST(LinkCores, LoadLooksUpEveryExportOnceInOrder) {
         EXPECT_TRUE(com.LoadModule());
         EXPECT_TRUE(com.LoadModule());  // already loaded: no second load
     }
-    const std::vector<std::string> expected = {
-        "load linkcom.mdl",         "find com libEnumPorts",  "find com libPortOpen",
-        "find com libPortClose",    "find com libPortRead",   "find com libPortWrite",
-        "free com"};
+    const std::vector<std::string> expected = {"load linkcom.mdl",
+                                               "find com libEnumPorts",
+                                               "find com libPortOpen",
+                                               "find com libPortClose",
+                                               "find com libPortRead",
+                                               "find com libPortWrite",
+                                               "free com"};
     EXPECT_EQ(modules.events, expected);
 }
 

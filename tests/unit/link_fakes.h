@@ -50,7 +50,8 @@ struct FakeExports {
     static int32_t EnumDevices(void*, LinkDeviceRecord* records, uint32_t max, int32_t reserved) {
         Lib().calls.push_back("enumDevices max=" + std::to_string(max) +
                               " reserved=" + std::to_string(reserved));
-        if (max > 0) records[0].address = 0x0011223344556677ull;
+        if (max > 0)
+            records[0].address = 0x0011223344556677ull;
         return 1;
     }
     static int32_t EnumPorts(LinkUIntArray* numbers, LinkWStringArray* names) {
@@ -81,7 +82,8 @@ struct FakeExports {
             std::memset(buffer, 'x', size);
             return static_cast<int32_t>(size);
         }
-        if (lib.reads.empty()) return 0;
+        if (lib.reads.empty())
+            return 0;
         const std::string chunk = lib.reads.front();
         lib.reads.pop_front();
         const size_t n = chunk.size() < size ? chunk.size() : size;
@@ -108,17 +110,21 @@ public:
 
     void* Load(const char* fileName) override {
         events.push_back(std::string("load ") + fileName);
-        if (missingLibraries.count(fileName) != 0) return nullptr;
+        if (missingLibraries.count(fileName) != 0)
+            return nullptr;
         auto it = libs_.find(fileName);
         return it == libs_.end() ? nullptr : &it->second;
     }
     void* Find(void* module, const char* exportName) override {
         auto* lib = static_cast<FakeLibrary*>(module);
         events.push_back("find " + lib->name + " " + exportName);
-        if (missingExports.count(exportName) != 0) return nullptr;
+        if (missingExports.count(exportName) != 0)
+            return nullptr;
         const std::string e = exportName;
-        if (lib->name == "bt") return Lookup<0>(e, true);
-        if (lib->name == "ir") return Lookup<1>(e, false);
+        if (lib->name == "bt")
+            return Lookup<0>(e, true);
+        if (lib->name == "ir")
+            return Lookup<1>(e, false);
         return Lookup<2>(e, false);
     }
     void Free(void* module) override {
@@ -133,14 +139,20 @@ private:
     template <int Id>
     static void* Lookup(const std::string& e, bool bluetooth) {
         using X = FakeExports<Id>;
-        if (e == "libEnumDevices") return reinterpret_cast<void*>(&X::EnumDevices);
-        if (e == "libEnumPorts") return reinterpret_cast<void*>(&X::EnumPorts);
+        if (e == "libEnumDevices")
+            return reinterpret_cast<void*>(&X::EnumDevices);
+        if (e == "libEnumPorts")
+            return reinterpret_cast<void*>(&X::EnumPorts);
         if (e == "libPortOpen") {
-            return bluetooth ? reinterpret_cast<void*>(&X::OpenBt) : reinterpret_cast<void*>(&X::Open);
+            return bluetooth ? reinterpret_cast<void*>(&X::OpenBt)
+                             : reinterpret_cast<void*>(&X::Open);
         }
-        if (e == "libPortClose") return reinterpret_cast<void*>(&X::Close);
-        if (e == "libPortWrite") return reinterpret_cast<void*>(&X::Write);
-        if (e == "libPortRead") return reinterpret_cast<void*>(&X::Read);
+        if (e == "libPortClose")
+            return reinterpret_cast<void*>(&X::Close);
+        if (e == "libPortWrite")
+            return reinterpret_cast<void*>(&X::Write);
+        if (e == "libPortRead")
+            return reinterpret_cast<void*>(&X::Read);
         return nullptr;
     }
     std::map<std::string, FakeLibrary> libs_;

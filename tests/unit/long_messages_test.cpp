@@ -1,9 +1,9 @@
+#include "download/long_messages.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "download/long_messages.h"
 
 namespace tarnik {
 namespace {
@@ -39,8 +39,12 @@ struct JoinCase {
 TEST(JoinLongMessages, Rows) {
     const JoinCase cases[] = {
         {"nothing", {}, {}},
-        {"two parts in order", {Part(7, 2, 1, "Ala ma "), Part(7, 2, 2, "kota")}, {{7, u"Ala ma kota", 2}}},
-        {"part 2 before part 1 is dropped", {Part(7, 2, 2, "B"), Part(7, 2, 1, "A")}, {{7, u"A", 1}}},
+        {"two parts in order",
+         {Part(7, 2, 1, "Ala ma "), Part(7, 2, 2, "kota")},
+         {{7, u"Ala ma kota", 2}}},
+        {"part 2 before part 1 is dropped",
+         {Part(7, 2, 2, "B"), Part(7, 2, 1, "A")},
+         {{7, u"A", 1}}},
         {"joined in listing order, not by number",
          {Part(7, 3, 1, "1"), Part(7, 3, 3, "3"), Part(7, 3, 2, "2")},
          {{7, u"132", 3}}},
@@ -55,9 +59,12 @@ TEST(JoinLongMessages, Rows) {
         {"single messages keep their own rows",
          {Single("one"), Part(0, 2, 2, "zero ref"), Single("two")},
          {{-1, u"one", 1}, {-1, u"two", 1}}},
-        {"16-bit references", {Part(0x340012, 2, 1, "x"), Part(0x340012, 2, 2, "y")},
+        {"16-bit references",
+         {Part(0x340012, 2, 1, "x"), Part(0x340012, 2, 2, "y")},
          {{0x340012, u"xy", 2}}},
-        {"text widened through the code page", {Single("\xB3\xF3\xBF\x6B\x6F")}, {{-1, u"łóżko", 1}}},
+        {"text widened through the code page",
+         {Single("\xB3\xF3\xBF\x6B\x6F")},
+         {{-1, u"łóżko", 1}}},
     };
     for (const JoinCase& c : cases) {
         SCOPED_TRACE(c.name);

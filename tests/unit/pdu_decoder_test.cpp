@@ -1,3 +1,5 @@
+#include "pdu/pdu_decoder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -6,7 +8,6 @@
 
 #include "pdu/code_page.h"
 #include "pdu/hex.h"
-#include "pdu/pdu_decoder.h"
 #include "pdu/pdu_fields.h"
 #include "pdu/septets.h"
 #include "tests/unit/pdu_builders.h"
@@ -107,7 +108,8 @@ TEST(DecodePdu, ConcatenationHeaders) {
         SCOPED_TRACE(c.name);
         std::string header;
         for (char ch : c.header) {
-            if (ch != ' ') header.push_back(ch);
+            if (ch != ' ')
+                header.push_back(ch);
         }
         const SmsPdu r = DecodePdu(Deliver(0x44, 0x00, header + Packed("Hello", c.headerOctets)));
         EXPECT_TRUE(r.decoded);
@@ -176,7 +178,8 @@ TEST(DecodePdu, Alphabets) {
 
 TEST(DecodePdu, Ucs2BeyondTheTextBufferIsRefused) {
     std::string units;
-    for (int i = 0; i < 511; ++i) units += "0041";
+    for (int i = 0; i < 511; ++i)
+        units += "0041";
     EXPECT_TRUE(DecodePdu(Deliver(0x04, 0x08, units)).decoded);
     EXPECT_EQ(DecodePdu(Deliver(0x04, 0x08, units)).text.size(), 511u);
     const SmsPdu refused = DecodePdu(Deliver(0x04, 0x08, units + "0041"));
@@ -189,11 +192,8 @@ TEST(DecodePdu, FirstOctetFields) {
         uint8_t octet;
         SmsFirstOctet expected;
     } cases[] = {
-        {0x00, {0, 0, 0, 1, 0, 0}},
-        {0x04, {0, 0, 0, 0, 0, 0}},
-        {0xFF, {1, 1, 1, 0, 3, 3}},
-        {0x51, {0, 1, 0, 1, 1, 2}},
-        {0x86, {1, 0, 0, 0, 2, 0}},
+        {0x00, {0, 0, 0, 1, 0, 0}}, {0x04, {0, 0, 0, 0, 0, 0}}, {0xFF, {1, 1, 1, 0, 3, 3}},
+        {0x51, {0, 1, 0, 1, 1, 2}}, {0x86, {1, 0, 0, 0, 2, 0}},
     };
     for (const auto& c : cases) {
         const SmsFirstOctet f = DecodeFirstOctet(c.octet);
@@ -220,8 +220,14 @@ TEST(DecodePdu, SubmitStoredInThePhone) {
         {"no validity period", "0001010B918406214365F7000004D4F29C0E", true, "48601234567", "Test"},
         {"absolute validity period", "0019010B918406214365F700004210517143548004D4F29C0E", true,
          "48601234567", "Test"},
-        {"no destination", "00010000810000" "04D4F29C0E", true, "[ None ]", "Test"},
-        {"alphanumeric destination", "0001000AD0D430BC5D0600" "0004D4F29C0E", true, "[ None ]", "Test"},
+        {"no destination",
+         "00010000810000"
+         "04D4F29C0E",
+         true, "[ None ]", "Test"},
+        {"alphanumeric destination",
+         "0001000AD0D430BC5D0600"
+         "0004D4F29C0E",
+         true, "[ None ]", "Test"},
         {"fewer than two octets after the validity period", "0001010B918406214365F7000001", false,
          "48601234567", ""},
     };
@@ -233,7 +239,8 @@ TEST(DecodePdu, SubmitStoredInThePhone) {
         EXPECT_FALSE(r.incoming);
         EXPECT_EQ(r.address.number, c.number);
         EXPECT_EQ(r.text, c.text);
-        if (!c.decoded) continue;
+        if (!c.decoded)
+            continue;
         EXPECT_EQ(r.timestamp.text, "None");
         EXPECT_EQ(r.timestamp.year, 0);
         EXPECT_EQ(r.timestamp.date, 0.0);
@@ -262,8 +269,10 @@ TEST(DecodePdu, EveryTruncationIsSafe) {
 }
 
 TEST(DecodePdu, GarbageIsNotATrap) {
-    const char* inputs[] = {"", "0", "zz", "00", "0004", "FF", "00FF", "0003",
-                            "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", "00 04 0B 91"};
+    const char* inputs[] = {"",           "0",    "zz",
+                            "00",         "0004", "FF",
+                            "00FF",       "0003", "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF",
+                            "00 04 0B 91"};
     for (const char* input : inputs) {
         const SmsPdu r = DecodePdu(input);
         EXPECT_FALSE(r.decoded) << input;
@@ -295,8 +304,12 @@ TEST(DecodePdu, TimeStampUsesLocalDaylightSaving) {
         EXPECT_EQ(r.timestamp.time, c.time) << c.scts;
     }
     // The zone pair has no effect.
-    EXPECT_EQ(DecodePdu("00040B918406214365F7000042105171435480" "00").timestamp.time,
-              DecodePdu("00040B918406214365F7000042105171435421" "00").timestamp.time);
+    EXPECT_EQ(DecodePdu("00040B918406214365F7000042105171435480"
+                        "00")
+                  .timestamp.time,
+              DecodePdu("00040B918406214365F7000042105171435421"
+                        "00")
+                  .timestamp.time);
     if (old) {
         setenv("TZ", saved.c_str(), 1);
     } else {

@@ -1,10 +1,11 @@
+#include "pdu/septets.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
 #include "pdu/gsm_alphabet.h"
-#include "pdu/septets.h"
 
 namespace tarnik {
 namespace {
@@ -87,7 +88,8 @@ TEST(Septets, RoundTripOfEveryTableCharacter) {
         const bool inExtension = ExtensionSeptetFromByte(byte) != 0;
         const bool roundTrips = ByteFromSeptet(SeptetFromByte(byte)) == byte &&
                                 (SeptetFromByte(byte) != 0x20 || byte == 0x20);
-        if ((inExtension || roundTrips) && byte != kGsmEscape) alphabet.push_back(static_cast<char>(b));
+        if ((inExtension || roundTrips) && byte != kGsmEscape)
+            alphabet.push_back(static_cast<char>(b));
     }
     ASSERT_EQ(alphabet.size(), 127u + 10u - 1u);  // 128 septets less the escape, plus 10
 
@@ -96,12 +98,14 @@ TEST(Septets, RoundTripOfEveryTableCharacter) {
         for (int round = 0; round < 300; ++round) {
             std::string text;
             const int length = static_cast<int>(rng() % 60);
-            for (int i = 0; i < length; ++i) text.push_back(alphabet[rng() % alphabet.size()]);
+            for (int i = 0; i < length; ++i)
+                text.push_back(alphabet[rng() % alphabet.size()]);
             std::string hex;
             const int udl = PackSeptets(text, header, hex);
             ASSERT_EQ(hex.size(), 2u * ((udl * 7u + 7) / 8));
             std::string back = UnpackSeptets(hex, header);
-            if (back.size() == text.size() + 1 && back.back() == '@') back.pop_back();
+            if (back.size() == text.size() + 1 && back.back() == '@')
+                back.pop_back();
             ASSERT_EQ(back, text) << "header " << header << " hex " << hex;
         }
     }

@@ -1,10 +1,11 @@
+#include "pdu/status_report.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "pdu/cp1250.h"
 #include "pdu/pdu_decoder.h"
-#include "pdu/status_report.h"
 
 namespace tarnik {
 namespace {
@@ -12,7 +13,9 @@ namespace {
 // No SMSC, TP-MR 7, recipient +48601234567, sent 24-01-15 17:34:45, done 17:35:02.
 std::string Report(const std::string& status, const std::string& sctsZone = "80",
                    const std::string& dtZone = "80") {
-    return "0006070B918406214365F7" "421051714354" + sctsZone + "421051715320" + dtZone + status;
+    return "0006070B918406214365F7"
+           "421051714354" +
+           sctsZone + "421051715320" + dtZone + status;
 }
 
 TEST(DecodeStatusReport, WorkedExample) {
@@ -40,8 +43,9 @@ TEST(DecodeStatusReport, StatusTexts) {
         const char16_t* text;
     } cases[] = {
         {0x00, u"Ok, wiadomość dostarczona"},
-        {0x01, u"Ok, wiadomość przekazana do Centrum SMS, jednaże nie można potwierdzić "
-               u"dostarczenia."},
+        {0x01,
+         u"Ok, wiadomość przekazana do Centrum SMS, jednaże nie można potwierdzić "
+         u"dostarczenia."},
         {0x02, u"Ok, wiadomość zastąpiona przez Centrum SMS"},
         {0x20, u"Nadal proobuje, przeciążenie;"},
         {0x21, u"Nadal proobuje, terminal zajęty"},
@@ -90,16 +94,26 @@ TEST(DecodeStatusReport, ZonesHaveNoEffect) {
 
 TEST(DecodeStatusReport, OddCases) {
     // An alphanumeric recipient leaves the number empty but its octets are still passed over.
-    const SmsPdu alpha = DecodePdu("000607" "04D04142" "4210517143548042105171532080" "46");
+    const SmsPdu alpha = DecodePdu(
+        "000607"
+        "04D04142"
+        "4210517143548042105171532080"
+        "46");
     EXPECT_TRUE(alpha.decoded);
     EXPECT_EQ(alpha.address.number, "");
     EXPECT_EQ(alpha.status, 0x46u);
     // With an SMSC field and a three-digit reference.
-    const SmsPdu smsc =
-        DecodePdu("07918406214365F7" "06FF0B918406214365F7" "4210517143548042105171532080" "20");
+    const SmsPdu smsc = DecodePdu(
+        "07918406214365F7"
+        "06FF0B918406214365F7"
+        "4210517143548042105171532080"
+        "20");
     EXPECT_TRUE(smsc.decoded);
     EXPECT_EQ(smsc.smsc.number, "48601234567");
-    EXPECT_EQ(smsc.text.rfind("Raport dor\xEA" "czenia (255)\r\n", 0), 0u);
+    EXPECT_EQ(smsc.text.rfind("Raport dor\xEA"
+                              "czenia (255)\r\n",
+                              0),
+              0u);
     // Without the TP-Status octet it is not a report.
     EXPECT_FALSE(DecodePdu(Report("")).decoded);
 }

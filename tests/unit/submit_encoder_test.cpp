@@ -1,9 +1,10 @@
+#include "pdu/submit_encoder.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "pdu/pdu_decoder.h"
-#include "pdu/submit_encoder.h"
 
 namespace tarnik {
 namespace {
@@ -46,14 +47,18 @@ TEST(EncodeSubmit, WorkedExamples) {
         {"flash with report", flash, "0031020B918406214365F700F0AA04D4F29C0E", 18},
         {"first of two parts", part, "0051030B918406214365F70000AA0C0500032A0201906536FB0D", 25},
         {"no validity period", noVp, "0001010B918406214365F7000004D4F29C0E", 17},
-        {"four digits are unknown type", shortNumber, "00110004812143" "0000AA00", 10},
+        {"four digits are unknown type", shortNumber,
+         "00110004812143"
+         "0000AA00",
+         10},
         {"five digits are international", fiveDigits, "0011000591214 3F50000AA00", 11},
     };
     for (EncodeCase c : cases) {
         SCOPED_TRACE(c.name);
         std::string expected;
         for (char ch : c.pdu) {
-            if (ch != ' ') expected.push_back(ch);
+            if (ch != ' ')
+                expected.push_back(ch);
         }
         const std::string pdu = EncodeSubmit(c.params);
         EXPECT_EQ(pdu, expected);
@@ -73,7 +78,8 @@ TEST(EncodeSubmit, ReportRequestOnTheLastPartOnly) {
         p.concat = c.concat;
         p.concatSeq = c.seq;
         p.concatTotal = c.total;
-        const uint8_t first = static_cast<uint8_t>(std::stoi(EncodeSubmit(p).substr(2, 2), nullptr, 16));
+        const uint8_t first =
+            static_cast<uint8_t>(std::stoi(EncodeSubmit(p).substr(2, 2), nullptr, 16));
         EXPECT_EQ((first & 0x20) != 0, c.asks) << "part " << c.seq << " of " << c.total;
     }
 }

@@ -5,7 +5,8 @@
 namespace tarnik {
 
 void JsonWriter::Key(std::string_view key) {
-    if (needComma_) out_.push_back(',');
+    if (needComma_)
+        out_.push_back(',');
     needComma_ = true;
     if (!key.empty()) {
         Quoted(key);
@@ -17,11 +18,21 @@ void JsonWriter::Quoted(std::string_view s) {
     out_.push_back('"');
     for (const char c : s) {
         switch (c) {
-            case '"': out_ += "\\\""; break;
-            case '\\': out_ += "\\\\"; break;
-            case '\n': out_ += "\\n"; break;
-            case '\r': out_ += "\\r"; break;
-            case '\t': out_ += "\\t"; break;
+            case '"':
+                out_ += "\\\"";
+                break;
+            case '\\':
+                out_ += "\\\\";
+                break;
+            case '\n':
+                out_ += "\\n";
+                break;
+            case '\r':
+                out_ += "\\r";
+                break;
+            case '\t':
+                out_ += "\\t";
+                break;
             default:
                 if (static_cast<unsigned char>(c) < 0x20) {
                     char buf[8];

@@ -42,11 +42,14 @@ int UsageError(const std::string& message) {
     return 2;
 }
 
-std::string Utf8OfNarrow(std::string_view narrow) { return Utf8FromUtf16(WidenNarrow(narrow)); }
+std::string Utf8OfNarrow(std::string_view narrow) {
+    return Utf8FromUtf16(WidenNarrow(narrow));
+}
 
 std::string HexOf(std::string_view bytes) {
     std::string hex;
-    for (const char c : bytes) AppendHexOctet(hex, static_cast<uint8_t>(c));
+    for (const char c : bytes)
+        AppendHexOctet(hex, static_cast<uint8_t>(c));
     return hex;
 }
 
@@ -62,7 +65,8 @@ void WriteAddress(JsonWriter& json, std::string_view key, const SmsAddress& a) {
 std::string RecordJson(const SmsPdu& r, bool withPlace) {
     JsonWriter json;
     json.BeginObject();
-    if (withPlace) json.String("index", r.index).String("storage", r.storage);
+    if (withPlace)
+        json.String("index", r.index).String("storage", r.storage);
     json.Bool("decoded", r.decoded);
     const SmsFirstOctet& f = r.firstOctet;
     json.BeginObject("firstOctet")
@@ -111,7 +115,8 @@ std::string TrimLine(std::string line) {
 
 int Decode(const std::vector<std::string>& args) {
     if (!args.empty()) {
-        for (const std::string& hex : args) std::cout << RecordJson(DecodePdu(hex), false) << '\n';
+        for (const std::string& hex : args)
+            std::cout << RecordJson(DecodePdu(hex), false) << '\n';
         return 0;
     }
     std::string line;
@@ -122,13 +127,15 @@ int Decode(const std::vector<std::string>& args) {
 }
 
 bool ParseUnsigned(const std::string& text, unsigned long max, unsigned long& value) {
-    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return false;
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
+        return false;
     value = std::strtoul(text.c_str(), nullptr, 10);
     return text.size() <= 10 && value <= max;
 }
 
 bool ParseHexBytes(const std::string& hex, std::string& bytes) {
-    if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) {
+    if (hex.size() % 2 != 0 ||
+        hex.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) {
         return false;
     }
     for (size_t i = 0; i < hex.size(); i += 2) {
@@ -156,10 +163,12 @@ int Encode(const std::vector<std::string>& args) {
             p.text = NarrowFromUtf16(Utf16FromUtf8(args[++i]));
             haveText = true;
         } else if (a == "--text-hex" && hasValue) {
-            if (!ParseHexBytes(args[++i], p.text)) return UsageError("--text-hex takes hex pairs");
+            if (!ParseHexBytes(args[++i], p.text))
+                return UsageError("--text-hex takes hex pairs");
             haveText = true;
         } else if (a == "--mr" && hasValue) {
-            if (!ParseUnsigned(args[++i], 255, n)) return UsageError("--mr takes 0 to 255");
+            if (!ParseUnsigned(args[++i], 255, n))
+                return UsageError("--mr takes 0 to 255");
             p.messageRef = static_cast<uint8_t>(n);
         } else if (a == "--concat" && hasValue) {
             std::stringstream fields(args[++i]);
@@ -172,7 +181,8 @@ int Encode(const std::vector<std::string>& args) {
                 }
                 ++count;
             }
-            if (count != 3) return UsageError("--concat takes REF,TOTAL,SEQ, each 0 to 255");
+            if (count != 3)
+                return UsageError("--concat takes REF,TOTAL,SEQ, each 0 to 255");
             p.concat = 1;
             p.concatRef = static_cast<uint32_t>(v[0]);
             p.concatTotal = static_cast<uint32_t>(v[1]);
@@ -187,7 +197,8 @@ int Encode(const std::vector<std::string>& args) {
             return UsageError("unknown or incomplete option: " + a);
         }
     }
-    if (!haveNumber || !haveText) return UsageError("encode needs --number and a text");
+    if (!haveNumber || !haveText)
+        return UsageError("encode needs --number and a text");
     const std::string pdu = EncodeSubmit(p);
     if (json) {
         JsonWriter w;
@@ -245,12 +256,14 @@ int Listing(const std::vector<std::string>& args) {
     std::vector<SmsPdu> records;
     ParseCmglListing(reply, records, storage);
     if (!join) {
-        for (const SmsPdu& r : records) std::cout << RecordJson(r, true) << '\n';
+        for (const SmsPdu& r : records)
+            std::cout << RecordJson(r, true) << '\n';
         return 0;
     }
     std::vector<MessageGroup> groups;
     JoinLongMessages(records, groups);
-    for (const MessageGroup& g : groups) std::cout << GroupJson(g) << '\n';
+    for (const MessageGroup& g : groups)
+        std::cout << GroupJson(g) << '\n';
     return 0;
 }
 
@@ -259,12 +272,16 @@ int Listing(const std::vector<std::string>& args) {
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
-    if (argc < 2) return tarnik::UsageError("no command");
+    if (argc < 2)
+        return tarnik::UsageError("no command");
     const std::string command = argv[1];
     const std::vector<std::string> args(argv + 2, argv + argc);
-    if (command == "decode") return tarnik::Decode(args);
-    if (command == "encode") return tarnik::Encode(args);
-    if (command == "listing") return tarnik::Listing(args);
+    if (command == "decode")
+        return tarnik::Decode(args);
+    if (command == "encode")
+        return tarnik::Encode(args);
+    if (command == "listing")
+        return tarnik::Listing(args);
     if (command == "--help" || command == "-h" || command == "help") {
         std::fputs(tarnik::kUsage, stdout);
         return 0;

@@ -77,7 +77,8 @@ std::u16string Utf16FromUtf8(std::string_view s) {
         size_t k = 1;
         for (; k <= extra && i + k < s.size(); ++k) {
             const auto c = static_cast<uint8_t>(s[i + k]);
-            if ((c & 0xC0) != 0x80) break;
+            if ((c & 0xC0) != 0x80)
+                break;
             cp = (cp << 6) | (c & 0x3Fu);
         }
         if (k <= extra || cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
