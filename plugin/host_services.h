@@ -1,0 +1,27 @@
+// The host's services as the plug-in calls them: named services through the core's
+// function table, and texts through the translation service under our module name.
+#pragma once
+
+#include <cstdint>
+
+#include "hrx/hrxcore.h"
+
+namespace tarnik {
+
+constexpr wchar_t kModuleName[] = L"Tarnik";
+
+// A translated text (host-owned: copy it or hand it straight into a record).
+inline const wchar_t* Tr(uint32_t id, const wchar_t* defaultText) {
+    return hrx::g_pTrans->msg(kModuleName, id, defaultText);
+}
+
+template <typename First = intptr_t>
+intptr_t CallService(const wchar_t* service, First first, intptr_t second = 0) {
+    return hrx::g_pF->functions.fnCall(service, (intptr_t)(first), second);
+}
+
+inline bool ServiceExists(const wchar_t* service) {
+    return hrx::g_pF->functions.fnExists(service) != 0;
+}
+
+}  // namespace tarnik

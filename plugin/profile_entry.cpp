@@ -1,0 +1,25 @@
+#include "plugin/profile_entry.h"
+
+#include <cstring>
+
+#include "hrx/hrxutil.h"
+
+namespace tarnik {
+
+bool ProfileFromEntry(const SmstProfileEntry& entry, GsmProfile& profile) {
+    if (entry.profileData == nullptr)
+        return false;
+    char* utf8 = wtou(entry.profileData);
+    if (utf8 == nullptr)
+        return false;
+    unsigned char* bytes = nullptr;
+    const size_t count = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
+    delete[] utf8;
+    const bool complete = bytes != nullptr && count >= kGsmProfileSize;
+    if (complete)
+        std::memcpy(&profile, bytes, kGsmProfileSize);
+    delete[] bytes;
+    return complete;
+}
+
+}  // namespace tarnik
