@@ -8,3 +8,26 @@ if [ ! -f "$WINEPREFIX/system.reg" ]; then
     wineboot --init >/dev/null 2>&1 || true
     wineserver -w || true
 fi
+
+# Wine's server opens a serial device without O_NOCTTY. Started by wine, it is a session
+# leader without a terminal, so the phone emulator's pty would become its controlling
+# terminal, and the phone hanging up would make it dump its state and quit. A server run in
+# the foreground of our own session is no session leader and never takes a terminal.
+tarnik_wineserver_pid=$(pgrep -u "$(id -u)" -f '^[^ ]*wineserver' | head -n 1)
+if [ -n "$tarnik_wineserver_pid" ] &&
+    [ "$(ps -o sid= -p "$tarnik_wineserver_pid" | tr -d ' ')" = "$tarnik_wineserver_pid" ]; then
+    wineserver -k 2>/dev/null || true
+    tarnik_wineserver_pid=
+fi
+if [ -z "$tarnik_wineserver_pid" ]; then
+    # No inherited descriptor may stay open in it: a test runner waits for its pipes.
+    (
+        for fd in /proc/$BASHPID/fd/*; do
+            fd=${fd##*/}
+            [ "$fd" -gt 2 ] && eval "exec $fd>&-"
+        done
+        exec wineserver -f -p30 </dev/null >/dev/null 2>&1
+    ) &
+    disown 2>/dev/null || true
+fi
+unset tarnik_wineserver_pid
