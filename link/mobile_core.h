@@ -30,7 +30,6 @@ public:
     bool OpenSerial(uint32_t port) { return CSerialCore::Open(port); }
 
     // Dispatch to the base of this link's kind, whichever base the call came through.
-    bool Open(uint64_t address) override { return OpenBluetooth(address); }
     bool Close() override;
     int Send(const void* data, uint32_t length) override;
     int Receive(void* buffer, uint32_t size) override;  // leaves one byte for a terminator

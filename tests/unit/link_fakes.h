@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -36,6 +37,8 @@ struct FakeLibrary {
     std::string written;
     std::vector<uint32_t> readSizes;
     uint64_t openedWith = 0;
+    // A phone that answers what it is sent: called with each write, it queues reads.
+    std::function<void(FakeLibrary&, const std::string&)> onWrite;
 };
 
 // Exports are plain C functions, so the fakes find their library through one global.
@@ -73,6 +76,8 @@ struct FakeExports {
     static int32_t Write(intptr_t, const void* data, uint32_t length) {
         Lib().calls.push_back("write");
         Lib().written.append(static_cast<const char*>(data), length);
+        if (Lib().onWrite)
+            Lib().onWrite(Lib(), std::string(static_cast<const char*>(data), length));
         return static_cast<int32_t>(length);
     }
     static int32_t Read(intptr_t, void* buffer, uint32_t size) {
@@ -88,6 +93,8 @@ struct FakeExports {
         lib.reads.pop_front();
         const size_t n = chunk.size() < size ? chunk.size() : size;
         std::memcpy(buffer, chunk.data(), n);
+        if (n < chunk.size())
+            lib.reads.push_front(chunk.substr(n));  // the rest comes next
         return chunk.empty() ? -1 : static_cast<int32_t>(n);
     }
 };

@@ -1,0 +1,207 @@
+#include "send/send_job.h"
+
+#include <cstdio>
+
+#include "link/mobile_core.h"
+#include "pdu/submit_encoder.h"
+#include "plugin/text_format.h"
+#include "send/report_wait.h"
+
+namespace tarnik {
+
+namespace {
+
+constexpr uint32_t kShortWaitMs = 500;
+constexpr uint32_t kSubmitWaitMs = 45000;  // the network answers the PDU, not the phone
+constexpr uint32_t kAfterSubmitMs = 500;
+constexpr uint32_t kRetryAfterMs = 5000;
+constexpr uint8_t kValidityFourDays = 0xAA;  // TS 23.040 9.2.3.12.1: (170 - 166) days
+
+// TS 24.011 8.2.5.4 causes worth one more try: network out of order, temporary failure,
+// congestion.
+bool IsTemporaryRefusal(const std::string& reply) {
+    for (const char* cause : {"+CMS ERROR: 38", "+CMS ERROR: 41", "+CMS ERROR: 42"}) {
+        if (reply.find(cause) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+std::string RecipientDigits(const std::string& narrow) {
+    const size_t first = narrow.find_first_not_of(' ');
+    if (first == std::string::npos)
+        return {};
+    const size_t last = narrow.find_last_not_of(' ');
+    std::string digits;
+    for (const char c : narrow.substr(first, last - first + 1)) {
+        if (c != '+')
+            digits.push_back(c);
+    }
+    return digits;
+}
+
+uint8_t Reference(SendEnvironment& env) {
+    return static_cast<uint8_t>(env.random() % 254 + 1);
+}
+
+// Opens the link of the profile's kind as every job does; false when it did not open.
+bool OpenLink(CMobileCore& link, const GsmProfile& profile) {
+    switch (link.kind()) {
+        case CORE_BLUE:
+            link.CBlueCore::LoadModule();
+            return link.OpenBluetooth(profile.BtAddress());
+        case CORE_IR:
+            link.CIrCore::LoadModule();
+            return link.OpenIrDA();
+        case CORE_SERIAL:
+            link.CSerialCore::LoadModule();
+            try {
+                link.OpenSerial(profile.comPort);
+            } catch (...) {
+                // A port that fails this way is simply not open.
+            }
+            return link.IsOpen();
+    }
+    return false;
+}
+
+enum class Submission { kAccepted, kCommandRefused, kPduRefused };
+
+// One part to the phone: storage, AT+CMGS with its prompt, the PDU, and at most one more
+// try after a temporary refusal by the network.
+Submission SubmitPart(CMobileCore& link, const std::string& pdu, SendEnvironment& env) {
+    char command[32];
+    std::snprintf(command, sizeof command, "AT+CMGS=%d", CmgsLength(pdu));
+    bool retried = false;
+    for (;;) {
+        env.Line(1011, u"Wysyłam... ");
+        if (!link.SendCommand("AT+CPMS=\"SM\"", "OK", "\r", "ERROR", nullptr, kShortWaitMs) ||
+            !link.SendCommand(command, ">", "\r", "ERROR", nullptr, kShortWaitMs)) {
+            env.Append(1007, u"Błąd");
+            return Submission::kCommandRefused;
+        }
+        std::string reply;
+        const int accepted = link.SendCommand(pdu, "OK", "\x1A", "ERROR", &reply, kSubmitWaitMs);
+        env.clock.Sleep(kAfterSubmitMs);
+        if (accepted)
+            return Submission::kAccepted;
+
+        env.Append(1007, u"Błąd");
+        if (retried || !IsTemporaryRefusal(reply))
+            return Submission::kPduRefused;
+        env.Line(1012, u"Tymczasowy błąd, ponowienie za 5s...");
+        retried = true;
+        env.clock.Sleep(kRetryAfterMs);
+    }
+}
+
+}  // namespace
+
+std::vector<std::u16string> CutIntoParts(std::u16string_view text) {
+    if (text.size() <= kSingleMessageUnits)
+        return {std::u16string(text)};
+    std::vector<std::u16string> parts;
+    for (size_t start = 0; start < text.size(); start += kConcatPartUnits) {
+        parts.emplace_back(text.substr(start, kConcatPartUnits));
+    }
+    return parts;
+}
+
+SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
+                      const std::vector<std::u16string>& recipients, int32_t* recipientState,
+                      SendEnvironment& env) {
+    env.Line(1004, u"Parametry... ");
+    env.Append(1005, u"OK");
+    const std::vector<std::u16string> parts = CutIntoParts(text);
+
+    CoreKind kind;
+    switch (profile.connectionKind) {
+        case kConnectionBluetooth:
+            kind = CORE_BLUE;
+            break;
+        case kConnectionIrda:
+            kind = CORE_IR;
+            break;
+        case kConnectionCom:
+            kind = CORE_SERIAL;
+            break;
+        default:
+            return kSendUnusableRequest;
+    }
+
+    CMobileCore link(kind, env.clock, env.modules);
+    env.Line(1006, u"Lączenie... ");
+    if (!OpenLink(link, profile)) {
+        env.Append(1007, u"Błąd");
+        return kSendFailed;
+    }
+    env.Append(1005, u"OK");
+    env.Line(1008, u"Inicjalizacja... ");
+    if (!link.SendCommand("AT", "OK", "\r\n", "ERROR", nullptr, kShortWaitMs)) {
+        env.Append(1007, u"Błąd");
+        return kSendFailed;
+    }
+    env.Append(1005, u"OK");
+    link.SendCommand("ATE1", "OK", "\r\n", "ERROR", nullptr, kShortWaitMs);
+
+    SendResult result = kSendFailed;
+    const int64_t overallTotal = static_cast<int64_t>(recipients.size()) * parts.size();
+    int64_t overallIndex = 0;
+    const bool many = parts.size() > 1;
+
+    for (size_t i = 0; i < recipients.size(); ++i) {
+        if (recipientState[i] == 0) {
+            result = kSendLastRecipientSent;
+            continue;
+        }
+        const std::string number = RecipientDigits(env.narrow(recipients[i]));
+        const uint8_t concatRef = Reference(env);
+        env.progress.Append(FormatText(env.translator.Text(1009, u"Adresat: %s"), {recipients[i]}),
+                            false);
+
+        for (size_t j = 1; j <= parts.size(); ++j) {
+            ++overallIndex;
+            env.progress.Append(
+                FormatText(env.translator.Text(1010, u"Wiadomość %d z %d (%d z %d ogółem)"),
+                           {static_cast<int64_t>(j), static_cast<int64_t>(parts.size()),
+                            overallIndex, overallTotal}),
+                false);
+            const bool last = j == parts.size();
+            SmsSubmitParams params;
+            params.text = env.narrow(parts[j - 1]);
+            params.number = number;
+            params.concat = many ? 1 : 0;
+            params.concatRef = concatRef;
+            params.concatTotal = many ? static_cast<uint32_t>(parts.size()) : 0;
+            params.concatSeq = many ? static_cast<uint32_t>(j) : 0;
+            params.messageRef = Reference(env);
+            params.statusReport = profile.waitForReport != 0 && last ? 1 : 0;
+            params.vpPresent = 1;
+            params.vp = kValidityFourDays;
+            params.flash = profile.flashSms != 0 ? 1 : 0;
+            const std::string pdu = EncodeSubmit(params);
+
+            const Submission outcome = SubmitPart(link, pdu, env);
+            if (outcome != Submission::kAccepted) {
+                if (outcome == Submission::kCommandRefused)
+                    recipientState[i] = 1;
+                result = kSendFailed;
+                break;  // the rest of this recipient's parts are not sent
+            }
+            env.Append(1005, u"OK");
+            result = kSendLastRecipientSent;
+            if (!last)
+                continue;
+            recipientState[i] = 0;
+            if (profile.waitForReport != 0)
+                WaitForDeliveryReport(link, number, env);
+        }
+    }
+
+    env.Line(1023, u"Rozłączenie... ");
+    link.Close();
+    env.Append(1005, u"OK");
+    return result;
+}
+
+}  // namespace tarnik
