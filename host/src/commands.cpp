@@ -1,0 +1,310 @@
+#include "commands.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "host.h"
+#include "hrx/hrxutil.h"
+#include "text.h"
+
+namespace tarnik::host {
+
+namespace {
+
+using QueryPlugInfoFn = const PluginInfo* (*)();
+using PluginLoadFn = int (*)(intptr_t, HRXFUNCTIONS*);
+using PluginUnloadFn = int (*)();
+
+template <class Function>
+Function Export(Host& host, const char* name, std::string& error) {
+    const FARPROC address = host.PluginExport(name, error);
+    Function function = nullptr;
+    static_assert(sizeof function == sizeof address, "code pointers are all alike");
+    std::memcpy(&function, &address, sizeof function);
+    return function;
+}
+
+std::string Version(uint64_t packed) {
+    return std::to_string((packed >> 48u) & 0xFFFFu) + "." +
+           std::to_string((packed >> 32u) & 0xFFFFu) + "." +
+           std::to_string((packed >> 16u) & 0xFFFFu) + "." + std::to_string(packed & 0xFFFFu);
+}
+
+// Whether hrxcore.mdl is bound to this host's table: the plug-in's libHrxInit and
+// libHrxTerminate reach the same module as the host.
+std::string Binding(Host& host) {
+    if (hrx::g_pF == nullptr && hrx::g_pTrans == nullptr) {
+        return "no";
+    }
+    if (hrx::g_pF != nullptr && hrx::g_pTrans != nullptr &&
+        hrx::g_pF->functions.fnCall == host.functionTable()->fnCall) {
+        return "yes";
+    }
+    return "inconsistent";
+}
+
+// Days since 1970-01-01 to a civil date (proleptic Gregorian), for any 64-bit time.
+std::string UtcText(int64_t seconds) {
+    int64_t days = seconds / 86400;
+    int64_t rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        --days;
+    }
+    days += 719468;
+    const int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const int64_t dayOfEra = days - era * 146097;
+    const int64_t yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const int64_t mp = (5 * dayOfYear + 2) / 153;
+    const int64_t day = dayOfYear - (153 * mp + 2) / 5 + 1;
+    const int64_t month = mp < 10 ? mp + 3 : mp - 9;
+    const int64_t year = yearOfEra + era * 400 + (month <= 2 ? 1 : 0);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld",
+                  static_cast<long long>(year), static_cast<long long>(month),
+                  static_cast<long long>(day), static_cast<long long>(rest / 3600),
+                  static_cast<long long>(rest / 60 % 60), static_cast<long long>(rest % 60));
+    return text;
+}
+
+bool Info(Host& host, const CommandArgs&, std::string& error) {
+    const auto query = Export<QueryPlugInfoFn>(host, "queryPlugInfo", error);
+    if (query == nullptr) {
+        return false;
+    }
+    const PluginInfo* info = query();
+    host.Print("INFO address=" + Host::Where(info));
+    if (info == nullptr) {
+        error = "queryPlugInfo returned null";
+        return false;
+    }
+    const auto text = [&](const char* field, const wchar_t* value) {
+        host.Print(std::string("INFO ") + field + "=" + QuoteOrNull(value));
+    };
+    host.Print("INFO size=" + std::to_string(info->size));
+    host.Print("INFO reserved4=" + std::to_string(info->reserved4));
+    text("shortName", info->shortName);
+    text("description", info->description);
+    text("legalNotice", info->legalNotice);
+    text("author", info->author);
+    text("email", info->email);
+    text("webAddress", info->webAddress);
+    text("updateManifest", info->updateManifest);
+    host.Print("INFO version=" + Version(info->version));
+    host.Print("INFO moduleVersion=" + Version(info->moduleVersion));
+    host.Print("INFO three=" + std::to_string(info->three));
+    host.Print("INFO reserved84=" + std::to_string(info->reserved84));
+    host.Print("INFO reserved88=" + Host::Where(info->reserved88));
+    text("pluginId", info->pluginId);
+    host.Print("INFO reserved104=" + Host::Where(info->reserved104[0]) + "," +
+               Host::Where(info->reserved104[1]) + "," + Host::Where(info->reserved104[2]));
+    if (info->size != sizeof(PluginInfo)) {
+        error = "the record's size is " + std::to_string(info->size) + ", not " +
+                std::to_string(sizeof(PluginInfo));
+        return false;
+    }
+    return true;
+}
+
+bool Load(Host& host, const CommandArgs&, std::string& error) {
+    const auto load = Export<PluginLoadFn>(host, "pluginLoad", error);
+    if (load == nullptr) {
+        return false;
+    }
+    const int result = load(0, host.functionTable());
+    host.Print("LOAD -> " + std::to_string(result) + " bound=" + Binding(host));
+    return true;
+}
+
+bool Unload(Host& host, const CommandArgs&, std::string& error) {
+    const auto unload = Export<PluginUnloadFn>(host, "pluginUnload", error);
+    if (unload == nullptr) {
+        return false;
+    }
+    const int result = unload();
+    host.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host));
+    return true;
+}
+
+bool Transports(Host& host, const CommandArgs&, std::string&) {
+    host.Print("TRANSPORTS count=" + std::to_string(host.transports.size()));
+    for (const RegisteredTransport& t : host.transports) {
+        host.Print("TRANSPORT id=" + Quote(t.id) + " name=" + Quote(t.name) +
+                   " number10=" + std::to_string(t.number10) + " maxSingleText=" +
+                   std::to_string(t.maxSingleText) + " number50=" + std::to_string(t.number50) +
+                   " send=" + Host::Where(reinterpret_cast<const void*>(t.send)) +
+                   " configure=" + Host::Where(reinterpret_cast<const void*>(t.configure)));
+    }
+    return true;
+}
+
+bool Menu(Host& host, const CommandArgs&, std::string&) {
+    host.Print("MENU count=" + std::to_string(host.menu.size()));
+    for (const MenuEntry& item : host.menu) {
+        host.Print("MENU-ITEM id=" + Quote(item.id) + " parent=" + Quote(item.parent) +
+                   " caption=" + Quote(item.caption) +
+                   " position=" + std::to_string(item.position) +
+                   " callback=" + Host::Where(reinterpret_cast<const void*>(item.callback)) +
+                   " instance=" + Host::Where(item.instance));
+    }
+    return true;
+}
+
+bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
+    for (const MenuEntry& item : host.menu) {
+        if (item.id == args[0]) {
+            if (item.callback == nullptr) {
+                error = "menu item " + Utf8(args[0]) + " has no callback";
+                return false;
+            }
+            // Copied: the callback may add or replace menu items.
+            const MenuEntry chosen = item;
+            const intptr_t result = chosen.callback(0, 0);
+            host.Print("MENU-INVOKE id=" + Quote(chosen.id) + " -> " + std::to_string(result));
+            return true;
+        }
+    }
+    error = "no menu item " + Utf8(args[0]);
+    return false;
+}
+
+// The record bytes behind a stored profile, decoded the way the plug-in does it.
+std::string ProfileBytes(const std::wstring& base64) {
+    char* utf8 = wtou(base64.c_str());
+    unsigned char* bytes = nullptr;
+    const size_t count = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
+    std::string hex = HexBytes(bytes, count);
+    delete[] utf8;
+    delete[] bytes;
+    return hex;
+}
+
+bool Profiles(Host& host, const CommandArgs&, std::string&) {
+    const std::vector<StoredProfile>& profiles = host.profiles();
+    host.Print("PROFILES count=" + std::to_string(profiles.size()));
+    for (size_t i = 0; i < profiles.size(); ++i) {
+        const StoredProfile& p = profiles[i];
+        host.Print("PROFILE index=" + std::to_string(i) + " name=" + Quote(p.name) +
+                   " transportId=" + Quote(p.transportId) + " bytes=" + ProfileBytes(p.base64) +
+                   " base64=" + Quote(p.base64));
+    }
+    return true;
+}
+
+bool AddProfile(Host& host, const CommandArgs& args, std::string& error) {
+    const std::optional<std::vector<uint8_t>> bytes = ParseHexBytes(args[1]);
+    if (!bytes) {
+        error = "the record must be an even number of hex digits: " + Utf8(args[1]);
+        return false;
+    }
+    StoredProfile profile;
+    profile.name = args[0];
+    if (args.size() > 2) {
+        profile.transportId = args[2];
+    } else if (!host.transports.empty()) {
+        profile.transportId = host.transports.front().id;
+    } else {
+        profile.transportId = kDefaultTransportId;
+    }
+    profile.base64 = WideFromUtf8(Base64Encode(*bytes));
+    if (!host.AddProfile(profile, error)) {
+        return false;
+    }
+    host.Print("ADD-PROFILE index=" + std::to_string(host.profiles().size() - 1) +
+               " name=" + Quote(profile.name) + " transportId=" + Quote(profile.transportId) +
+               " base64=" + Quote(profile.base64));
+    return true;
+}
+
+bool Archive(Host& host, const CommandArgs&, std::string&) {
+    const std::vector<ArchivedSms>& archive = host.archive();
+    host.Print("ARCHIVE count=" + std::to_string(archive.size()));
+    for (size_t i = 0; i < archive.size(); ++i) {
+        host.Print("ARCHIVE-RECORD index=" + std::to_string(i) + " " +
+                   Host::ArchiveLine(archive[i]) + " utc=\"" + UtcText(archive[i].time) + "\"");
+    }
+    return true;
+}
+
+bool Log(Host& host, const CommandArgs&, std::string&) {
+    const std::vector<LogRecord>& log = host.log();
+    host.Print("LOG count=" + std::to_string(log.size()));
+    for (size_t i = 0; i < log.size(); ++i) {
+        host.Print("LOG-ENTRY index=" + std::to_string(i) + " " + Host::LogLine(log[i]));
+    }
+    return true;
+}
+
+bool Free(Host& host, const CommandArgs&, std::string&) {
+    const HMODULE module = host.plugin();
+    const size_t menuBefore = host.menu.size();
+    const size_t transportsBefore = host.transports.size();
+    const std::string where = Host::Where(module);
+    host.FreePlugin();
+    host.Print("FREE module=" + where +
+               " droppedMenuItems=" + std::to_string(menuBefore - host.menu.size()) +
+               " droppedTransports=" + std::to_string(transportsBefore - host.transports.size()));
+    return true;
+}
+
+}  // namespace
+
+const std::vector<Command>& Commands() {
+    static const std::vector<Command> commands = {
+        {"info", "", 0, 0,
+         "Load the plug-in if needed, call queryPlugInfo and print the record: INFO "
+         "address=<pointer>, then one INFO line per field (versions as a.b.c.d). Fails when "
+         "the size is not 128.",
+         Info},
+        {"load", "", 0, 0,
+         "Call pluginLoad(0, table). Prints LOAD -> <result> bound=yes|no|inconsistent "
+         "(whether hrxcore.mdl now holds this host's table).",
+         Load},
+        {"unload", "", 0, 0, "Call pluginUnload(). Prints UNLOAD -> <result> bound=...", Unload},
+        {"transports", "", 0, 0,
+         "Registered transports: TRANSPORTS count=N, then TRANSPORT id name number10 "
+         "maxSingleText number50 send configure.",
+         Transports},
+        {"menu", "", 0, 0,
+         "Menu items kept: MENU count=N, then MENU-ITEM id parent caption position callback "
+         "instance.",
+         Menu},
+        {"menu-invoke", "ITEM-ID", 1, 1,
+         "Call the item's callback with (0, 0). Prints MENU-INVOKE id=\"...\" -> <result>.",
+         MenuInvoke},
+        {"profiles", "", 0, 0,
+         "Stored profiles of every transport: PROFILES count=N, then PROFILE index name "
+         "transportId bytes=<record in hex> base64.",
+         Profiles},
+        {"add-profile", "NAME HEX [TRANSPORT-ID]", 2, 3,
+         "Store a profile whose record bytes are HEX (26 digits for a 13-byte record). The "
+         "transport id defaults to the first registered transport, else "
+         "3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35. Prints ADD-PROFILE.",
+         AddProfile},
+        {"archive", "", 0, 0,
+         "Every stored archive record: ARCHIVE count=N, then ARCHIVE-RECORD index <the "
+         "archive.txt fields> utc=\"YYYY-MM-DD hh:mm:ss\".",
+         Archive},
+        {"log", "", 0, 0, "The host log: LOG count=N, then LOG-ENTRY index kind source message.",
+         Log},
+        {"free", "", 0, 0,
+         "FreeLibrary the plug-in; menu items and transports whose code lay in it are "
+         "dropped. Prints FREE module droppedMenuItems droppedTransports.",
+         Free},
+        // Commands that drive the transport callbacks and the archive page join here.
+    };
+    return commands;
+}
+
+const Command* FindCommand(const std::string& name) {
+    for (const Command& command : Commands()) {
+        if (name == command.name) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace tarnik::host
