@@ -1,6 +1,8 @@
 // The module's entry points: what the host asks before loading us, start-up, shutdown.
-#include <windows.h>
+// Windows Sockets must come before <windows.h>.
 #include <winsock2.h>
+
+#include <windows.h>
 
 #include <memory>
 

@@ -1,22 +1,54 @@
 #include "plugin/transport_callbacks.h"
 
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "dialog_framework/module_state.h"
+#include "hrx/hrxutil.h"
 #include "plugin/gsm_profile.h"
+#include "plugin/host_translator.h"
 #include "plugin/plugin_state.h"
+#include "send/send_job.h"
+#include "win32/append_progress.h"
 
 namespace tarnik {
 
-// Sending comes with the send job; until then a usable request reports that the phone
-// could not be reached (1) and an unusable one 2, as the SMS plug-in expects.
+namespace {
+
+std::u16string Wide(const wchar_t* text) {
+    return text != nullptr ? std::u16string(reinterpret_cast<const char16_t*>(text))
+                           : std::u16string();
+}
+
+// Wide text to the narrow text the phone gets, as the host converts it.
+std::string HostNarrow(const std::u16string& text) {
+    std::unique_ptr<char[]> narrow(wtom(reinterpret_cast<const wchar_t*>(text.c_str())));
+    return narrow ? std::string(narrow.get()) : std::string();
+}
+
+}  // namespace
+
 intptr_t TransportSend(SmstSendInfo* request) {
     dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
     GsmProfile profile{};
     if (request == nullptr ||
-        !ProfileFromBytes(request->profileData, request->profileLength, profile) ||
-        profile.connectionKind > kConnectionCom) {
-        return 2;
+        !ProfileFromBytes(request->profileData, request->profileLength, profile)) {
+        return kSendUnusableRequest;
     }
-    return 1;
+
+    // The list box and the arrays stay the SMS plug-in's; we borrow them for the call.
+    ListBoxProgress progress(static_cast<HWND>(request->progressList));
+    HostTranslator texts;
+    SendEnvironment env{progress, texts};
+    env.narrow = HostNarrow;
+
+    std::vector<std::u16string> recipients;
+    for (int32_t i = 0; i < request->recipientCount; ++i) {
+        recipients.push_back(Wide(request->recipients[i]));
+    }
+    return RunSendJob(profile, Wide(request->messageText), recipients, request->recipientState,
+                      env);
 }
 
 // The settings dialog comes later; until then the profile is left as it is.

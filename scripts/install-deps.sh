@@ -10,7 +10,7 @@ all_packages=("${main_packages[@]}"
     g++-mingw-w64-x86-64 wine64 wine
     clang libclang-rt-14-dev
     libbenchmark-dev libgammu-dev gammu python3-gammu pkg-config
-    xvfb x11-apps imagemagick)
+    xvfb xauth x11-apps imagemagick locales)
 
 case "$set_name" in
     main) wanted=("${main_packages[@]}") ;;
@@ -22,11 +22,17 @@ missing=()
 for p in "${wanted[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
-if [ ${#missing[@]} -eq 0 ]; then
-    exit 0
-fi
-echo "Installing: ${missing[*]}"
 SUDO=""
 [ "$(id -u)" -eq 0 ] || SUDO=sudo
-$SUDO apt-get update -qq
-DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ ${#missing[@]} -ne 0 ]; then
+    echo "Installing: ${missing[*]}"
+    $SUDO apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}" >/dev/null
+fi
+
+# Under Wine the Polish locale gives our users' code page (1250); generated, it also lets
+# Polish text pass on Wine programs' command lines.
+if [ "$set_name" = all ] && ! locale -a 2>/dev/null | grep -qi '^pl_PL\.utf-\?8$'; then
+    $SUDO localedef -i pl_PL -f UTF-8 pl_PL.UTF-8
+fi

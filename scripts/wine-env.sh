@@ -20,14 +20,17 @@ if [ -n "$tarnik_wineserver_pid" ] &&
     tarnik_wineserver_pid=
 fi
 if [ -z "$tarnik_wineserver_pid" ]; then
-    # No inherited descriptor may stay open in it: a test runner waits for its pipes.
+    # Nothing of ours may stay open in the server or in Wine's own service processes that
+    # start with it: a test runner waits until its pipes close. So both start here, with
+    # every inherited descriptor closed, and the services are up before the first program.
     (
         for fd in /proc/$BASHPID/fd/*; do
             fd=${fd##*/}
             [ "$fd" -gt 2 ] && eval "exec $fd>&-"
         done
-        exec wineserver -f -p30 </dev/null >/dev/null 2>&1
-    ) &
-    disown 2>/dev/null || true
+        exec </dev/null >/dev/null 2>&1
+        wineserver -f -p30 &
+        wine cmd /c exit
+    )
 fi
 unset tarnik_wineserver_pid

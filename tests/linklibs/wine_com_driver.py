@@ -36,7 +36,8 @@ sys.stdin.read()  # until the driver closes the pipe or ends this process
 
 
 def dosdevices():
-    prefix = os.environ.get("WINEPREFIX") or os.path.expanduser("~/.wine")
+    # The prefix scripts/wine-env.sh uses, which runs every Windows program of the tests.
+    prefix = os.environ.get("WINEPREFIX") or os.path.expanduser("~/.wine-tarnik")
     folder = os.path.join(prefix, "dosdevices")
     if not os.path.isdir(folder):
         subprocess.run(["wineboot", "--init"], check=False, capture_output=True)

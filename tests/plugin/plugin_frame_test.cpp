@@ -96,8 +96,9 @@ void ExpectRecord(const std::vector<uint8_t>& raw, size_t size, const std::vecto
         }
     }
     for (size_t i = 0; i < size; ++i) {
-        if (!covered[i])
+        if (!covered[i]) {
             EXPECT_EQ(raw[i], 0) << "byte " << i << " must be zero";
+        }
     }
 }
 
@@ -108,11 +109,9 @@ protected:
         g_smsPresent = true;
         module_ = LoadLibraryW(L"tarnik.dll");
         ASSERT_NE(module_, nullptr) << "tarnik.dll beside the test";
-        query_ =
-            reinterpret_cast<const PluginInfo* (*)()>(GetProcAddress(module_, "queryPlugInfo"));
-        load_ = reinterpret_cast<int (*)(intptr_t, HRXFUNCTIONS*)>(
-            GetProcAddress(module_, "pluginLoad"));
-        unload_ = reinterpret_cast<int (*)()>(GetProcAddress(module_, "pluginUnload"));
+        Bind(query_, "queryPlugInfo");
+        Bind(load_, "pluginLoad");
+        Bind(unload_, "pluginUnload");
         ASSERT_TRUE(query_ && load_ && unload_);
         table_ = HRXFUNCTIONS{};
         table_.size = sizeof table_;
@@ -122,6 +121,11 @@ protected:
     void TearDown() override {
         if (module_ != nullptr)
             FreeLibrary(module_);
+    }
+
+    template <typename Fn>
+    void Bind(Fn& entry, const char* name) {
+        entry = reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(module_, name)));
     }
 
     std::vector<std::wstring> Services() const {
