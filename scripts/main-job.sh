@@ -1,32 +1,55 @@
 #!/usr/bin/env bash
-# The main job, on a fresh Debian machine: builds the codec and its tool, then decodes a
-# phone's stored messages, joins long ones, and encodes a two-part message as the phone
-# would receive it after AT+CMGS.
+# The main job, on a fresh Debian machine: a two-part SMS with a delivery report sent to two
+# recipients through the plug-in, loaded by the test host under Wine, over the real COM link
+# library to the phone emulator. Prints the progress lines the user sees and what the phone
+# received, decoded.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh main
+scripts/install-deps.sh all
 cmake --preset native >/dev/null
-cmake --build --preset native --target tarnik-pdu >/dev/null
-tool=build/native/tools/tarnik-pdu
+cmake --build --preset native --target tarnik-phone tarnik-pdu >/dev/null
+cmake --preset windows >/dev/null
+cmake --build --preset windows --target tarnik_plugin tarnik-host linkcom >/dev/null
 
-echo "== A phone's reply to AT+CMGL=4 (samples/cmgl-reply.txt), records =="
-"$tool" listing samples/cmgl-reply.txt --storage SM
+work=$(mktemp -d)
+phone_pid=
+cleanup() {
+    [ -n "$phone_pid" ] && kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null
+    rm -f "${comlink:-}"
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+build/native/phone/tarnik-phone --link "$work/phone" --config samples/phone-main-job.conf \
+    --log "$work/phone.log" &
+phone_pid=$!
+for _ in $(seq 50); do [ -e "$work/phone" ] && break; sleep 0.1; done
+
+# The phone is COM5 of the Windows machine.
+source scripts/wine-env.sh
+comlink="$WINEPREFIX/dosdevices/com5"
+ln -sfn "$work/phone" "$comlink"
+
+# Profile: COM port (2), COM5, no Bluetooth address, no flash, wait for the report.
+profile=02050000000000000000000100
+text="Dzien dobry! To jest wiadomosc dluzsza niz 160 znakow, wiec wtyczka tnie ja na dwie \
+czesci po 153 znaki, kazda z naglowkiem laczenia, a telefon odbiorcy sklada je z powrotem \
+w jedna wiadomosc. Raport doreczenia przychodzi po ostatniej czesci."
+
+echo "== Sending through the plug-in (tarnik-host under Wine, COM5 -> tarnik-phone)"
+scripts/wine-run.sh build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" \
+    load add-profile Telefon "$profile" send Telefon "$text" +48601234567 600123456 unload |
+    tr -d '\r' | grep -E '^(SEND|LOAD|UNLOAD)'
+
 echo
-echo "== The same, long messages joined (one row each) =="
-"$tool" listing samples/cmgl-reply.txt --storage SM --join
+echo "== What the phone received (its log)"
+grep -E '^(RX|SUBMIT|REPORT)' "$work/phone.log" | cut -c1-160
 echo
-echo "== A two-part message to 48601234567 with a delivery report on the last part =="
-text="Dzien dobry! To jest wiadomosc dluzsza niz 160 znakow, wiec telefon wysle ja w dwoch czesciach, kazda z naglowkiem laczenia, a odbiorca zobaczy jedna wiadomosc."
-part1=${text:0:153}
-part2=${text:153}
-for seq in 1 2; do
-    part=part$seq
-    "$tool" encode --number 48601234567 --text "${!part}" --mr $((40 + seq)) --report --concat 77,2,$seq --json
-done
-echo
-echo "== Those PDUs decoded back =="
-for seq in 1 2; do
-    part=part$seq
-    pdu=$("$tool" encode --number 48601234567 --text "${!part}" --mr $((40 + seq)) --report --concat 77,2,$seq)
-    "$tool" decode "$pdu"
-done
+echo "== The submitted PDUs, decoded"
+grep '^PDU ' "$work/phone.log" | cut -d' ' -f2 | build/native/tools/tarnik-pdu decode |
+    python3 -c '
+import json, sys
+for line in sys.stdin:
+    r = json.loads(line)
+    print("to %-12s part %d/%d ref %3d report %d: %s" % (r["address"]["number"], r["concatSeq"],
+          r["concatTotal"], r["concatRef"], r["firstOctet"]["statusReport"], r["text"]))'

@@ -5,6 +5,7 @@
 
 #include "host.h"
 #include "hrx/hrxutil.h"
+#include "send_window.h"
 #include "text.h"
 
 namespace tarnik::host {
@@ -293,7 +294,18 @@ const std::vector<Command>& Commands() {
          "FreeLibrary the plug-in; menu items and transports whose code lay in it are "
          "dropped. Prints FREE module droppedMenuItems droppedTransports.",
          Free},
-        // Commands that drive the transport callbacks and the archive page join here.
+        {"send", "PROFILE TEXT NUMBER...", 3, 1000,
+         "Send TEXT to the NUMBERs through the stored profile named PROFILE, as the SMS "
+         "plug-in does: a window with its progress list box, an SmstSendInfo (every "
+         "recipient's state 1) and the transport's send callback on this thread. Prints "
+         "SEND-LINE index text for every line of the list box, SEND-RECIPIENT index number "
+         "state, and SEND -> <result>.",
+         SendSms},
+        {"hold", "MILLISECONDS", 1, 1,
+         "Keep the windows on screen for that long, answering their messages (for a "
+         "screenshot). Prints HOLD.",
+         HoldCommand},
+        // Commands that drive the configure callback and the archive page join here.
     };
     return commands;
 }
