@@ -8,6 +8,8 @@ set -u
 source "$(dirname "${BASH_SOURCE[0]}")/wine-env.sh"
 export LC_ALL=pl_PL.UTF-8
 if [ -z "${DISPLAY:-}" ] && command -v xvfb-run >/dev/null; then
-    exec xvfb-run -a -s "-screen 0 1024x768x24" wine "$@"
+    # A display number of its own: Wine's desktop process of the last run may still be
+    # leaving the previous one.
+    exec xvfb-run -a -n $((100 + RANDOM % 800)) -s "-screen 0 1024x768x24" wine "$@"
 fi
 exec wine "$@"
