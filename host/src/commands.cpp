@@ -299,7 +299,7 @@ const std::vector<Command>& Commands() {
          "plug-in does: a window with its progress list box, an SmstSendInfo (every "
          "recipient's state 1) and the transport's send callback on this thread. Prints "
          "SEND-LINE index text for every line of the list box, SEND-RECIPIENT index number "
-         "state, and SEND -> <result>.",
+         "state, SEND -> <result> and SEND-TIME ms=<wall time of the callback>.",
          SendSms},
         {"hold", "MILLISECONDS", 1, 1,
          "Keep the windows on screen for that long, answering their messages (for a "

@@ -116,7 +116,9 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
     host.Trace("SEND-CALL profile=" + Quote(profile->name) +
                " bytes=" + HexBytes(record.data(), record.size()) +
                " recipients=" + std::to_string(recipients.size()));
+    const DWORD started = GetTickCount();
     const intptr_t result = transport->send(&request);
+    const DWORD elapsed = GetTickCount() - started;
     PumpMessages();
 
     HWND list = GetDlgItem(window, kListId);
@@ -134,6 +136,7 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
                    " state=" + std::to_string(states[i]));
     }
     host.Print("SEND -> " + std::to_string(result));
+    host.Print("SEND-TIME ms=" + std::to_string(elapsed));
     return true;
 }
 

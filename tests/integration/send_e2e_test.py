@@ -1,92 +1,29 @@
 #!/usr/bin/env python3
-"""Sending end to end, as the host runs it: tarnik-host loads the plug-in under Wine and
-sends through a stored COM profile; the COM port is a dosdevices link to tarnik-phone's
-pty, so the real linkcom.mdl carries the bytes. Real time, so few cases.
+"""Sending end to end under Wine against the phone emulator. Real time, so few cases.
 
 usage: send_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR
 """
-import json
-import os
-import random
-import subprocess
 import sys
-import tempfile
-import time
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-ROOT = os.path.dirname(os.path.dirname(HERE))
-WINE_RUN = os.path.join(ROOT, "scripts", "wine-run.sh")
+from e2e_send import send
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
-phone_bin = os.path.join(native_dir, "phone", "tarnik-phone")
-pdu_tool = os.path.join(native_dir, "tools", "tarnik-pdu")
-prefix = os.environ.get("WINEPREFIX") or os.path.expanduser("~/.wine-tarnik")
-
 LONG = ("Ala ma kota, a kot ma Ale. " * 12).strip()  # 323 characters: three parts
 
 
-def profile(port, report):
-    return "02%02X0000000000000000%02X%02X00" % (port, 0, 1 if report else 0)
-
-
 def run_case(name, config, recipients, text, report, check):
-    with tempfile.TemporaryDirectory() as work:
-        conf = os.path.join(work, "phone.conf")
-        with open(conf, "w") as f:
-            f.write(config)
-        link = os.path.join(work, "phone")
-        log = os.path.join(work, "phone.log")
-        phone = subprocess.Popen([phone_bin, "--link", link, "--config", conf, "--log", log])
-        port = random.randint(60, 250)
-        comlink = os.path.join(prefix, "dosdevices", "com%d" % port)
-        try:
-            for _ in range(50):
-                if os.path.exists(link):
-                    break
-                time.sleep(0.1)
-            os.makedirs(os.path.dirname(comlink), exist_ok=True)
-            if os.path.lexists(comlink):
-                os.unlink(comlink)
-            os.symlink(link, comlink)
-            data = subprocess.run(["winepath", "-w", os.path.join(work, "hostdata")],
-                                  capture_output=True, text=True).stdout.strip()
-            started = time.monotonic()
-            run = subprocess.run(
-                [WINE_RUN, os.path.join(bin_dir, "tarnik-host.exe"), "--data", data, "load",
-                 "add-profile", "Telefon", profile(port, report), "send", "Telefon", text,
-                 *recipients, "unload"],
-                capture_output=True, timeout=300)
-            out = run.stdout.decode("utf-8", "replace")
-            errors = run.stderr.decode("utf-8", "replace")
-            elapsed = time.monotonic() - started
-        finally:
-            phone.terminate()
-            phone.wait()
-            if os.path.lexists(comlink):
-                os.unlink(comlink)
-        lines = [l.split("text=", 1)[1].strip().strip('"') for l in out.splitlines()
-                 if l.startswith("SEND-LINE")]
-        states = [int(l.rsplit("state=", 1)[1]) for l in out.splitlines()
-                  if l.startswith("SEND-RECIPIENT")]
-        result = [l for l in out.splitlines() if l.startswith("SEND ->")]
-        with open(log, encoding="utf-8", errors="replace") as f:
-            phone_log = f.read().splitlines()
-        pdus = [l.split(" ", 1)[1] for l in phone_log if l.startswith("PDU ")]
-        decoded = []
-        if pdus:
-            decoded = [json.loads(l) for l in subprocess.run(
-                [pdu_tool, "decode", *pdus], capture_output=True, text=True).stdout.splitlines()]
-        try:
-            check(lines=lines, states=states, result=result[0] if result else "",
-                  decoded=decoded, phone_log=phone_log)
-        except AssertionError as e:
-            print("FAIL %s: %s" % (name, e))
-            print("\n".join(out.splitlines()[-30:]))
-            print("stderr:", errors[-2000:])
-            print("phone:", "\n".join(phone_log[-15:]))
-            return False
-        print("ok   %s (%.1f s)" % (name, elapsed))
-        return True
+    o = send(bin_dir, native_dir, config, recipients, text, report)
+    try:
+        check(lines=o.lines, states=o.states, result=o.result, decoded=o.decoded,
+              phone_log=o.phone_log)
+    except AssertionError as e:
+        print("FAIL %s: %s" % (name, e))
+        print("\n".join(o.out.splitlines()[-30:]))
+        print("stderr:", o.errors[-2000:])
+        print("phone:", "\n".join(o.phone_log[-15:]))
+        return False
+    print("ok   %s (%.1f s)" % (name, o.elapsed))
+    return True
 
 
 def expect(condition, what):
