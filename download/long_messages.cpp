@@ -31,4 +31,16 @@ void JoinLongMessages(const std::vector<SmsPdu>& records, std::vector<MessageGro
     }
 }
 
+MessageListRow ListRowOf(const MessageGroup& group) {
+    constexpr size_t kLongestLocalNumber = 9;
+    const SmsPdu& first = group.parts.front();
+    MessageListRow row;
+    row.number = WidenNarrow(first.address.number);
+    if (row.number.size() > kLongestLocalNumber)
+        row.number.insert(0, 1, u'+');
+    row.date = WidenNarrow(first.timestamp.text);
+    row.text = group.joinedText;
+    return row;
+}
+
 }  // namespace tarnik

@@ -22,4 +22,18 @@ struct MessageGroup {
 // key, in listing order; a part that finds no group is dropped.
 void JoinLongMessages(const std::vector<SmsPdu>& records, std::vector<MessageGroup>& groups);
 
+// The texts of one group's row in the message list, column by column; the window side
+// only inserts them, a row at the end per group, in the order of the groups.
+struct MessageListRow {
+    std::u16string name;    // "Nazwa": left empty, the phone's contacts are not read
+    std::u16string number;  // "Numer telefonu": the first part's sender or recipient
+    std::u16string date;    // "Data": the first part's time stamp as the decoder wrote it
+    std::u16string text;    // "Treść": the joined text
+};
+
+// A number longer than 9 characters is shown as international with a "+" in front,
+// whatever it starts with; a shorter one, a short code or a network's service number, as
+// it stands.
+MessageListRow ListRowOf(const MessageGroup& group);
+
 }  // namespace tarnik

@@ -51,10 +51,4 @@ intptr_t TransportSend(SmstSendInfo* request) {
                       env);
 }
 
-// The settings dialog comes later; until then the profile is left as it is.
-intptr_t TransportConfigure(SmstConfigureInfo*) {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
-    return 0;
-}
-
 }  // namespace tarnik

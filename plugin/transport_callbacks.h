@@ -9,7 +9,8 @@ namespace tarnik {
 
 // Sends one message to its recipients through the profile's phone (blocking).
 intptr_t TransportSend(SmstSendInfo* request);
-// Shows the profile settings dialog on a working copy (blocking); always 0.
+// Shows the profile settings dialog on a working copy (blocking); the 13 bytes and the
+// written length 13 go back only when the user confirms. Always 0.
 intptr_t TransportConfigure(SmstConfigureInfo* request);
 
 }  // namespace tarnik

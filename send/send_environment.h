@@ -1,24 +1,24 @@
-// What a send job reaches outside itself: the progress lines, the translated texts, the
-// clock, the link libraries, the random generator and the host's wide-to-narrow text
-// conversion. The plug-in fills it with the real ones, tests with fakes.
+// What a send job reaches outside itself: besides every job's translated texts, clock and
+// link libraries, the progress lines, the random generator and the host's wide-to-narrow
+// text conversion. The plug-in fills it with the real ones, tests with fakes.
 #pragma once
 
 #include <cstdlib>
 #include <functional>
 #include <string>
 
-#include "link/os_seams.h"
+#include "link/job_environment.h"
 #include "pdu/code_page.h"
-#include "plugin/translator.h"
 #include "send/progress_log.h"
 
 namespace tarnik {
 
-struct SendEnvironment {
+struct SendEnvironment : JobEnvironment {
+    SendEnvironment(ProgressLog& progressLog, Translator& texts, Clock& jobClock = SystemClock(),
+                    ModuleApi& linkModules = SystemModules())
+        : JobEnvironment{texts, jobClock, linkModules}, progress(progressLog) {}
+
     ProgressLog& progress;
-    Translator& translator;
-    Clock& clock = SystemClock();
-    ModuleApi& modules = SystemModules();
     std::function<int()> random = [] { return std::rand(); };
     std::function<std::string(const std::u16string&)> narrow = [](const std::u16string& text) {
         return NarrowFromUtf16(text);

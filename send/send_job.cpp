@@ -1,8 +1,10 @@
 #include "send/send_job.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "link/mobile_core.h"
+#include "link/profile_link.h"
 #include "pdu/submit_encoder.h"
 #include "plugin/text_format.h"
 #include "send/report_wait.h"
@@ -42,27 +44,6 @@ std::string RecipientDigits(const std::string& narrow) {
 
 uint8_t Reference(SendEnvironment& env) {
     return static_cast<uint8_t>(env.random() % 254 + 1);
-}
-
-// Opens the link of the profile's kind as every job does; false when it did not open.
-bool OpenLink(CMobileCore& link, const GsmProfile& profile) {
-    switch (link.kind()) {
-        case CORE_BLUE:
-            link.CBlueCore::LoadModule();
-            return link.OpenBluetooth(profile.BtAddress());
-        case CORE_IR:
-            link.CIrCore::LoadModule();
-            return link.OpenIrDA();
-        case CORE_SERIAL:
-            link.CSerialCore::LoadModule();
-            try {
-                link.OpenSerial(profile.comPort);
-            } catch (...) {
-                // A port that fails this way is simply not open.
-            }
-            return link.IsOpen();
-    }
-    return false;
 }
 
 enum class Submission { kAccepted, kCommandRefused, kPduRefused };
@@ -114,24 +95,13 @@ SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
     env.Append(1005, u"OK");
     const std::vector<std::u16string> parts = CutIntoParts(text);
 
-    CoreKind kind;
-    switch (profile.connectionKind) {
-        case kConnectionBluetooth:
-            kind = CORE_BLUE;
-            break;
-        case kConnectionIrda:
-            kind = CORE_IR;
-            break;
-        case kConnectionCom:
-            kind = CORE_SERIAL;
-            break;
-        default:
-            return kSendUnusableRequest;
-    }
+    const std::optional<CoreKind> kind = CoreKindOf(profile);
+    if (!kind)
+        return kSendUnusableRequest;
 
-    CMobileCore link(kind, env.clock, env.modules);
+    CMobileCore link(*kind, env.clock, env.modules);
     env.Line(1006, u"Lączenie... ");
-    if (!OpenLink(link, profile)) {
+    if (!OpenProfileLink(link, profile)) {
         env.Append(1007, u"Błąd");
         return kSendFailed;
     }

@@ -5,6 +5,7 @@
 
 #include "host.h"
 #include "hrx/hrxutil.h"
+#include "configure_command.h"
 #include "send_window.h"
 #include "text.h"
 
@@ -305,7 +306,17 @@ const std::vector<Command>& Commands() {
          "Keep the windows on screen for that long, answering their messages (for a "
          "screenshot). Prints HOLD.",
          HoldCommand},
-        // Commands that drive the configure callback and the archive page join here.
+        {"configure", "PROFILE [SCRIPT]", 1, 2,
+         "Open the settings of the stored profile PROFILE through its transport's configure "
+         "callback, as the SMS plug-in does (an SmstConfigureInfo over the record's bytes). "
+         "SCRIPT plays the user: steps separated by ';': dump, select ID INDEX, select-data "
+         "ID DATA, click ID, check ID 0|1, ok, cancel, esc, close, wait MS (dump prints "
+         "DIALOG and one CONTROL line per control). Without SCRIPT the dialog waits for a "
+         "person. Prints CONFIGURE -> <result> written=<length or untouched> bytes=<13 "
+         "bytes> after=<the 3 bytes past the record>; the store is updated only when the "
+         "written length is 13.",
+         ConfigureCommand},
+        // Commands that drive the archive page join here.
     };
     return commands;
 }

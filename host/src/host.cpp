@@ -356,6 +356,19 @@ bool Host::AddProfile(const StoredProfile& profile, std::string& error) {
     return true;
 }
 
+bool Host::SaveProfiles(std::string& error) {
+    std::string content;
+    for (const StoredProfile& p : profiles()) {
+        content += Utf8(p.name) + "\t" + Utf8(p.transportId) + "\t" + Utf8(p.base64) + "\n";
+    }
+    const std::wstring path = DataPath(L"profiles.txt");
+    if (!WriteWholeFile(path, content)) {
+        error = "cannot write " + Utf8(path);
+        return false;
+    }
+    return true;
+}
+
 bool EnsureDirectory(const std::wstring& path) {
     if (path.empty()) {
         return false;

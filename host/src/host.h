@@ -127,6 +127,8 @@ public:
     void AppendLog(const LogRecord& record);
     void AppendArchive(const ArchivedSms& record);
     bool AddProfile(const StoredProfile& profile, std::string& error);
+    // Writes the whole profile store back, after a profile was changed in place.
+    bool SaveProfiles(std::string& error);
 
     std::wstring DataPath(const wchar_t* relative) const;  // inside the data folder
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "pdu/pdu_decoder.h"
+
 namespace tarnik {
 namespace {
 
@@ -88,6 +90,49 @@ TEST(JoinLongMessages, AppendsToTheGivenListAndKeepsOpeningRecordFirst) {
     EXPECT_EQ(groups[1].total, 2u);
     EXPECT_EQ(groups[1].parts.front().address.number, "48601234567");
     EXPECT_EQ(groups[1].parts.back().concatSeq, 2u);
+}
+
+TEST(ListRowOf, Columns) {
+    const struct {
+        const char* number;
+        const char16_t* shown;
+    } numbers[] = {
+        {"123456789", u"123456789"},     // 9 characters: as it stands
+        {"1234567890", u"+1234567890"},  // 10: international
+        {"48601234567", u"+48601234567"},
+        {"+4860123456", u"++4860123456"},  // the first character is not looked at
+        {"Operator10", u"+Operator10"},    // nor whether it is a number at all
+        {"\xA3\xF3\x64\x9F", u"Łódź"},     // widened through the code page
+        {"", u""},
+    };
+    for (const auto& n : numbers) {
+        SCOPED_TRACE(n.number);
+        SmsPdu opening = Part(3, 2, 1, "a");
+        opening.address.number = n.number;
+        opening.timestamp.text = "2024-01-15 17:34:45";
+        SmsPdu later = Part(3, 2, 2, "b");
+        later.address.number = "999";
+        later.timestamp.text = "2024-01-16 08:00:00";
+        std::vector<MessageGroup> groups;
+        JoinLongMessages({opening, later}, groups);
+        ASSERT_EQ(groups.size(), 1u);
+        const MessageListRow row = ListRowOf(groups[0]);
+        EXPECT_EQ(row.name, u"");
+        EXPECT_EQ(row.number, n.shown);
+        EXPECT_EQ(row.date, u"2024-01-15 17:34:45");  // the opening part's, not the last one's
+        EXPECT_EQ(row.text, u"ab");
+    }
+}
+
+// A stored outgoing message without a destination, as the decoder gives it.
+TEST(ListRowOf, StoredSubmitWithoutDestination) {
+    const SmsPdu submit = DecodePdu("00010000810000024121");
+    ASSERT_TRUE(submit.decoded);
+    std::vector<MessageGroup> groups;
+    JoinLongMessages({submit}, groups);
+    const MessageListRow row = ListRowOf(groups.at(0));
+    EXPECT_EQ(row.number, u"[ None ]");  // 8 characters: no "+"
+    EXPECT_EQ(row.date, u"None");
 }
 
 }  // namespace

@@ -1,0 +1,71 @@
+#include "configure_command.h"
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "dialog_driver.h"
+#include "host.h"
+#include "hrx/hrxutil.h"
+#include "text.h"
+
+namespace tarnik::host {
+
+// The SMS plug-in hands over a buffer of its own; ours is larger than a record, so a
+// plug-in that wrote past 13 bytes would show in the trailing bytes.
+constexpr size_t kProfileBuffer = 64;
+constexpr uint32_t kUntouched = 0xFFFFFFFF;
+
+bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
+    StoredProfile* profile = nullptr;
+    for (StoredProfile& p : host.profiles()) {
+        if (p.name == args[0]) profile = &p;
+    }
+    if (profile == nullptr) {
+        error = "no profile named " + Utf8(args[0]);
+        return false;
+    }
+    const RegisteredTransport* transport = nullptr;
+    for (const RegisteredTransport& t : host.transports) {
+        if (t.id == profile->transportId) transport = &t;
+    }
+    if (transport == nullptr || transport->configure == nullptr) {
+        error = "the transport of profile " + Utf8(args[0]) + " is not registered";
+        return false;
+    }
+
+    char* utf8 = wtou(profile->base64.c_str());
+    unsigned char* bytes = nullptr;
+    const size_t length = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
+    delete[] utf8;
+    std::vector<uint8_t> buffer(kProfileBuffer, 0xEE);
+    std::memcpy(buffer.data(), bytes, length < kProfileBuffer ? length : kProfileBuffer);
+    delete[] bytes;
+
+    SmstConfigureInfo request{};
+    request.size = sizeof request;
+    request.profileData = buffer.data();
+    request.writtenLength = kUntouched;
+
+    // With a script, a driver plays the user on its own thread while the dialog runs here.
+    std::unique_ptr<DialogDriver> driver;
+    if (args.size() > 1) driver = std::make_unique<DialogDriver>(host, args[1]);
+    const intptr_t result = transport->configure(&request);
+    if (driver != nullptr && !driver->Finish()) {
+        error = "the dialog script failed";
+        return false;
+    }
+
+    host.Print("CONFIGURE -> " + std::to_string(result) + " written=" +
+               (request.writtenLength == kUntouched ? std::string("untouched")
+                                                    : std::to_string(request.writtenLength)) +
+               " bytes=" + HexBytes(buffer.data(), 13) +
+               " after=" + HexBytes(buffer.data() + 13, 3));
+    if (request.writtenLength == 13) {
+        profile->base64 = WideFromUtf8(Base64Encode(std::vector<uint8_t>(buffer.begin(), buffer.begin() + 13)));
+        if (!host.SaveProfiles(error)) return false;
+    }
+    return true;
+}
+
+}  // namespace tarnik::host

@@ -1,0 +1,47 @@
+// The profile settings dialog: how the phone is reached (Bluetooth, IrDA or a COM port),
+// which port or device, and the report and flash options of one transport profile.
+#pragma once
+
+#include <cstdint>
+
+#include "dialog_framework/dialog.h"
+#include "link/link_library_abi.h"
+#include "plugin/gsm_profile.h"
+#include "plugin/host_records.h"
+
+namespace tarnik {
+
+// A device the Bluetooth link library found: its address and name.
+using BtDeviceEntry = LinkDeviceRecord;
+
+class CWndGsmConfig : public dlg::CDialog {
+public:
+    CWndGsmConfig();
+
+    GsmProfile profile{};  // the working copy: set before the dialog runs, read after OK
+
+protected:
+    void DoDataExchange(dlg::DataExchange& dx) override;
+    BOOL OnInitDialog() override;
+    const dlg::MessageMap* GetMessageMap() const override;
+
+private:
+    void OnOkClicked();
+    void OnKindChosen();
+    void OnPortRange();
+
+    void ApplyEnablingRule();
+    // Selects the stored port, offering it as "Nieznany (COM %d)" when the list lacks it.
+    void SelectStoredPort();
+    void AddPort(const std::wstring& name, uint32_t number);
+
+    BtDeviceEntry devices_[32] = {};
+    dlg::ComboBox kindList_;
+    dlg::ComboBox portList_;
+    dlg::ComboBox deviceList_;
+    dlg::Button waitForReport_;
+    dlg::Button flash_;
+    dlg::Button portRange_;
+};
+
+}  // namespace tarnik
