@@ -10,8 +10,9 @@
 
 namespace tarnik {
 
-// Passes over one reply; the first looks at the text before the first header, so one
-// reply yields at most kMaxListingPasses - 1 messages.
+// Passes over one reply, so at most this many records come from it. The first pass looks
+// at the text before the first header: normally just the command's echo, but a phone's
+// unsolicited line that holds a colon and a PDU there is read like an entry.
 constexpr int kMaxListingPasses = 2048;
 // Stands for "no further header"; text past it is not looked at for the last entry.
 constexpr size_t kNoFurtherHeader = 65536;

@@ -19,6 +19,8 @@ cleanup() {
 }
 trap cleanup EXIT
 export DISPLAY=$display
+# No window manager here: Wine draws the caption bars itself, as the user sees them.
+wine reg add 'HKCU\Software\Wine\X11 Driver' /v Decorated /d N /f >/dev/null 2>&1
 sleep 1
 
 # Wait until a line matching $2 appears in file $1, at most 120 s.
@@ -28,9 +30,13 @@ wait_for() {
     return 1
 }
 
-# $1: file name in docs/, $2: crop geometry
+# $1: file name in docs/, $2: crop geometry, or "trim" for the windows on the black root
 shoot() {
-    xwd -root -display "$display" -silent | convert xwd:- -crop "$2" +repage "docs/$1"
+    if [ "$2" = trim ]; then
+        xwd -root -display "$display" -silent | convert xwd:- -trim +repage "docs/$1"
+    else
+        xwd -root -display "$display" -silent | convert xwd:- -crop "$2" +repage "docs/$1"
+    fi
     echo "docs/$1"
 }
 
@@ -51,3 +57,17 @@ wait_for "$work/host.out" "SEND ->"
 sleep 1
 shoot send-window.png 580x336+2+30
 wait "$host_pid" || true
+
+# The settings dialog: an all-zero profile (Bluetooth, nothing chosen), then a COM profile
+# on the emulator's port, COM5, with the report option.
+settings_shot() {  # $1: file, $2: record
+    wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-$1")" load \
+        add-profile P "$2" configure P "dump; wait 2500; cancel" unload >"$work/$1.out" 2>&1 &
+    local pid=$!
+    wait_for "$work/$1.out" "^DIALOG"
+    sleep 1
+    shoot "$1" trim
+    wait "$pid" || true
+}
+settings_shot settings-zero-profile.png 00000000000000000000000000
+settings_shot settings-com-profile.png 02050000000000000000000100

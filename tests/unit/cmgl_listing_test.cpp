@@ -98,6 +98,15 @@ TEST(ParseCmglListing, IndexComesFromTheHeaderLine) {
     EXPECT_EQ(r[0].storage, "SM");
 }
 
+// The text before the first header is read like an entry: an unsolicited line with a
+// colon and a PDU there becomes a record, with whatever stands before its first comma.
+TEST(ParseCmglListing, TextBeforeTheFirstHeaderIsReadLikeAnEntry) {
+    const std::vector<SmsPdu> r =
+        Parse("+CDS: 25\r\n" + kDeliverTest + "\r\n" + Entry(1, kDeliverTest) + "OK\r\n");
+    ASSERT_EQ(r.size(), 2u);
+    EXPECT_EQ(r[1].index, "1");
+}
+
 TEST(ParseCmglListing, AtMost2047MessagesPerReply) {
     std::string reply = "AT+CMGL=4\r\r\n";
     for (int i = 0; i < 2049; ++i)
