@@ -9,6 +9,23 @@ if [ ! -f "$WINEPREFIX/system.reg" ]; then
     wineserver -w || true
 fi
 
+# Windows need a display. Without one of the user's, every Wine program of ours shares one
+# virtual display, started here once: Wine's desktop process belongs to the display it
+# first saw, so a display per program would leave later programs without a desktop.
+if [ -z "${DISPLAY:-}" ] && command -v Xvfb >/dev/null; then
+    export DISPLAY=:77
+    if ! pgrep -u "$(id -u)" -f '^Xvfb :77( |$)' >/dev/null; then
+        (
+            for fd in /proc/$BASHPID/fd/*; do
+                fd=${fd##*/}
+                [ "$fd" -gt 2 ] && eval "exec $fd>&-"
+            done
+            exec Xvfb :77 -screen 0 1024x768x24 -nolisten tcp </dev/null >/dev/null 2>&1
+        ) &
+        for _ in $(seq 50); do [ -S /tmp/.X11-unix/X77 ] && break; sleep 0.1; done
+    fi
+fi
+
 # Wine's server opens a serial device without O_NOCTTY. Started by wine, it is a session
 # leader without a terminal, so the phone emulator's pty would become its controlling
 # terminal, and the phone hanging up would make it dump its state and quit. A server run in

@@ -37,8 +37,10 @@ def profile(port, report):
     return "02%02X0000000000000000%02X%02X00" % (port, 0, 1 if report else 0)
 
 
-def send(bin_dir, native_dir, config, recipients, text, report):
-    """Starts a phone with `config`, sends `text` and returns the Outcome."""
+def send(bin_dir, native_dir, config, recipients, text, report, configure=None):
+    """Starts a phone with `config`, sends `text` and returns the Outcome. With
+    `configure`, the profile starts empty and that settings script (PORT stands for the
+    phone's COM port number) sets it up in the dialog first, as a user would."""
     phone_bin = os.path.join(native_dir, "phone", "tarnik-phone")
     pdu_tool = os.path.join(native_dir, "tools", "tarnik-pdu")
     with tempfile.TemporaryDirectory() as work:
@@ -62,10 +64,13 @@ def send(bin_dir, native_dir, config, recipients, text, report):
             data = subprocess.run(["winepath", "-w", os.path.join(work, "hostdata")],
                                   capture_output=True, text=True).stdout.strip()
             started = time.monotonic()
+            steps = ["add-profile", "Telefon", profile(port, report)]
+            if configure is not None:
+                steps = ["add-profile", "Telefon", "00" * 13, "configure", "Telefon",
+                         configure.replace("PORT", str(port))]
             run = subprocess.run(
                 [WINE_RUN, os.path.join(bin_dir, "tarnik-host.exe"), "--data", data, "load",
-                 "add-profile", "Telefon", profile(port, report), "send", "Telefon", text,
-                 *recipients, "unload"],
+                 *steps, "send", "Telefon", text, *recipients, "unload"],
                 capture_output=True, timeout=300)
             elapsed = time.monotonic() - started
         finally:

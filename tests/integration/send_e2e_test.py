@@ -11,8 +11,8 @@ bin_dir, native_dir = sys.argv[1], sys.argv[2]
 LONG = ("Ala ma kota, a kot ma Ale. " * 12).strip()  # 323 characters: three parts
 
 
-def run_case(name, config, recipients, text, report, check):
-    o = send(bin_dir, native_dir, config, recipients, text, report)
+def run_case(name, config, recipients, text, report, check, configure=None):
+    o = send(bin_dir, native_dir, config, recipients, text, report, configure)
     try:
         check(lines=o.lines, states=o.states, result=o.result, decoded=o.decoded,
               phone_log=o.phone_log)
@@ -76,7 +76,14 @@ def silent_phone(lines, states, result, **_):
     expect(states == [1] and result == "SEND -> 1", (states, result))
 
 
+def configured_then_sent(lines, states, result, decoded, **_):
+    expect(states == [0] and result == "SEND -> 0", (lines, states, result))
+    expect(len(decoded) == 1 and decoded[0]["firstOctet"]["statusReport"] == 1, decoded)
+
+
 cases = [
+    ("profile set up in the dialog, then sent", "", ["48601234567"], "Hej", False,
+     configured_then_sent, "select 2000 2; select-data 2001 PORT; check 2003 1; ok"),
     ("one part", "", ["+48601234567"], "Krotka wiadomosc", False, one_part),
     ("three parts to two recipients", "", ["48601234567", "600123456"], LONG, False, many_parts),
     ("temporary error, one retry", "[submit]\noutcome = cms 42\n", ["48601234567"], "Hej", False,
