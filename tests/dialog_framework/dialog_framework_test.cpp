@@ -1,0 +1,182 @@
+// The dialog framework on a real dialog of the tests' own: the template's init data, the
+// message map's order and typed handlers, data exchange both ways, and how dialogs end.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "dialog_framework/dialog.h"
+#include "dialog_framework/module_state.h"
+
+namespace {
+
+constexpr UINT kTemplate = 100;
+
+// Plays the user from inside: each step is run after the dialog has initialised, through
+// real messages to its controls.
+class TestDialog : public dlg::CDialog {
+public:
+    TestDialog() : dlg::CDialog(kTemplate) {}
+
+    std::vector<std::string> calls;
+    int checked = 1;
+    std::wstring text = L"zażółć";
+    void (*script)(TestDialog&) = nullptr;
+    dlg::ComboBox combo;
+    dlg::ListBox list;
+
+protected:
+    BOOL OnInitDialog() override {
+        dlg::CDialog::OnInitDialog();
+        calls.push_back("init");
+        if (script != nullptr) script(*this);
+        return TRUE;
+    }
+    void DoDataExchange(dlg::DataExchange& dx) override {
+        calls.push_back(dx.saving() ? "save" : "load");
+        dx.Control(10, combo);
+        dx.Control(11, list);
+        dx.Check(12, checked);
+        dx.Text(13, text);
+    }
+    const dlg::MessageMap* GetMessageMap() const override {
+        static const dlg::MessageMapOf<TestDialog> map = {
+            dlg::OnCommand(14, BN_CLICKED, &TestDialog::OnButton),
+            dlg::OnCommand(10, CBN_SELENDOK, &TestDialog::OnChosen),
+            // A second entry for the same source is never reached: the first one wins.
+            dlg::OnCommand(14, BN_CLICKED, &TestDialog::OnShadowed),
+            dlg::OnMessage(WM_USER + 7, &TestDialog::OnUser),
+        };
+        return &map;
+    }
+
+private:
+    void OnButton() { calls.push_back("button"); }
+    void OnShadowed() { calls.push_back("shadowed"); }
+    void OnChosen() { calls.push_back("chosen " + std::to_string(combo.CurSel())); }
+    LRESULT OnUser(WPARAM w, LPARAM l) {
+        calls.push_back("user " + std::to_string(w) + " " + std::to_string(l));
+        return 42;
+    }
+};
+
+void Post(TestDialog& d, UINT message, WPARAM w = 0, LPARAM l = 0) {
+    PostMessageW(d.hwnd(), message, w, l);
+}
+
+TEST(DialogFramework, InitDataFillsTheListsBeforeInitialisation) {
+    TestDialog d;
+    d.script = [](TestDialog& self) {
+        EXPECT_EQ(self.combo.Count(), 2);
+        EXPECT_EQ(self.combo.ItemText(0), L"jeden");
+        EXPECT_EQ(self.combo.ItemText(1), L"dwa");
+        EXPECT_EQ(self.list.Count(), 1);
+        EXPECT_EQ(self.list.ItemText(0), L"trzy");
+        Post(self, WM_COMMAND, IDCANCEL);
+    };
+    EXPECT_EQ(d.DoModal(), IDCANCEL);
+    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init"}));
+}
+
+TEST(DialogFramework, MessageMapDispatchesInOrderWithTypedHandlers) {
+    TestDialog d;
+    d.script = [](TestDialog& self) {
+        PostMessageW(GetDlgItem(self.hwnd(), 14), BM_CLICK, 0, 0);
+        self.combo.SetCurSel(1);
+        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELENDOK),
+             reinterpret_cast<LPARAM>(self.combo.hwnd()));
+        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELCHANGE),
+             reinterpret_cast<LPARAM>(self.combo.hwnd()));  // not in the map
+        Post(self, WM_USER + 7, 3, 4);
+        Post(self, WM_COMMAND, IDCANCEL);
+    };
+    EXPECT_EQ(d.DoModal(), IDCANCEL);
+    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init", "button", "chosen 1", "user 3 4"}));
+}
+
+TEST(DialogFramework, HandlerResultsReachTheSender) {
+    TestDialog d;
+    LRESULT answer = 0;
+    static LRESULT* out = nullptr;
+    out = &answer;
+    d.script = [](TestDialog& self) {
+        *out = SendMessageW(self.hwnd(), WM_USER + 7, 1, 2);
+        Post(self, WM_COMMAND, IDCANCEL);
+    };
+    d.DoModal();
+    EXPECT_EQ(answer, 42);
+}
+
+TEST(DialogFramework, DataExchangeBothWays) {
+    TestDialog d;
+    d.checked = 1;
+    d.script = [](TestDialog& self) {
+        // Loaded into the controls at initialisation...
+        EXPECT_EQ(SendDlgItemMessageW(self.hwnd(), 12, BM_GETCHECK, 0, 0), BST_CHECKED);
+        wchar_t text[32] = {};
+        GetDlgItemTextW(self.hwnd(), 13, text, 32);
+        EXPECT_STREQ(text, L"zażółć");
+        // ... and saved from them by the framework's OK.
+        SendDlgItemMessageW(self.hwnd(), 12, BM_SETCHECK, BST_UNCHECKED, 0);
+        SetDlgItemTextW(self.hwnd(), 13, L"gęślą");
+        PostMessageW(GetDlgItem(self.hwnd(), IDOK), BM_CLICK, 0, 0);
+    };
+    EXPECT_EQ(d.DoModal(), IDOK);
+    EXPECT_EQ(d.checked, 0);
+    EXPECT_EQ(d.text, L"gęślą");
+    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init", "save"}));
+}
+
+TEST(DialogFramework, WaysOut) {
+    const struct {
+        const char* name;
+        void (*script)(TestDialog&);
+        INT_PTR result;
+    } cases[] = {
+        {"OK button", [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); },
+         IDOK},
+        {"Cancel button",
+         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDCANCEL), BM_CLICK, 0, 0); },
+         IDCANCEL},
+        {"Esc", [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), 14), WM_KEYDOWN, VK_ESCAPE, 0); },
+         IDCANCEL},
+        {"close box", [](TestDialog& s) { Post(s, WM_SYSCOMMAND, SC_CLOSE); }, IDCANCEL},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestDialog d;
+        d.script = c.script;
+        EXPECT_EQ(d.DoModal(), c.result);
+        EXPECT_EQ(d.hwnd(), nullptr);
+    }
+}
+
+TEST(DialogFramework, TemplatesComeFromTheCurrentModule) {
+    TestDialog d;
+    {
+        // kernel32 holds no template 100: the dialog cannot be made there.
+        dlg::ModuleStateGuard elsewhere(GetModuleHandleW(L"kernel32.dll"), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(d.DoModal(), -1);
+    }
+    d.script = [](TestDialog& self) { Post(self, WM_COMMAND, IDCANCEL); };
+    EXPECT_EQ(d.DoModal(), IDCANCEL);
+}
+
+TEST(DialogFramework, ModelessChildLivesInItsParent) {
+    HWND parent = CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300, nullptr,
+                                  nullptr, nullptr, nullptr);
+    ASSERT_NE(parent, nullptr);
+    {
+        TestDialog d;
+        ASSERT_TRUE(d.Create(parent));
+        EXPECT_EQ(GetParent(d.hwnd()), parent);
+        EXPECT_EQ(d.combo.Count(), 2);
+        SendMessageW(GetDlgItem(d.hwnd(), 14), BM_CLICK, 0, 0);
+        EXPECT_EQ(d.calls.back(), "button");
+    }  // the object destroys its window
+    EXPECT_EQ(GetWindow(parent, GW_CHILD), nullptr);
+    DestroyWindow(parent);
+}
+
+}  // namespace
