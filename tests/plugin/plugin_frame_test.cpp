@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -265,6 +266,31 @@ TEST_F(PluginFrame, StartUpAndShutdownSequences) {
                      L"3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35");
         EXPECT_EQ(hrx::g_pF, nullptr);
     }
+}
+
+TEST_F(PluginFrame, TextsGoThroughTheHostsTranslation) {
+    wchar_t folder[MAX_PATH];
+    GetTempPathW(MAX_PATH, folder);
+    const std::wstring path = std::wstring(folder) + L"tarnik-translations.txt";
+    FILE* file = _wfopen(path.c_str(), L"wb");
+    ASSERT_NE(file, nullptr);
+    std::fputs("Tarnik.1001=Transport przez telefon\nTarnik.1002=Archiwum\n", file);
+    std::fclose(file);
+    SetEnvironmentVariableW(L"HRX_TRANSLATIONS", path.c_str());
+    load_(0, &table_);
+    SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
+    std::vector<std::wstring> texts;
+    for (const Call& c : g_calls) {
+        if (c.service == L"SMST/Register") {
+            texts.emplace_back(*reinterpret_cast<const wchar_t* const*>(c.record.data() + 16));
+        }
+        if (c.service == L"HRX/Menu/Add") {
+            texts.emplace_back(*reinterpret_cast<const wchar_t* const*>(c.record.data() + 24));
+        }
+    }
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"Transport przez telefon", L"Archiwum"}));
+    unload_();
+    DeleteFileW(path.c_str());
 }
 
 TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndTheMenuEntryReturnsZero) {
