@@ -12,11 +12,11 @@ std::u16string FormatText(std::u16string_view format, std::initializer_list<Form
             out.push_back(c);
             continue;
         }
-        const char16_t spec = format[i + 1];
-        if (spec == u'%') {
+        const char16_t conversion = format[i + 1];
+        if (conversion == u'%') {
             out.push_back(u'%');
             ++i;
-        } else if (spec == u'd' || spec == u'i' || spec == u's') {
+        } else if (conversion == u'd' || conversion == u'i' || conversion == u's') {
             ++i;
             if (next == args.end())
                 continue;

@@ -21,13 +21,13 @@ std::wstring Env(const wchar_t* name) {
     return n > 0 && n < 4096 ? std::wstring(buffer, n) : std::wstring();
 }
 
-std::vector<std::pair<std::wstring, std::wstring>> Pairs(const std::wstring& spec) {
+std::vector<std::pair<std::wstring, std::wstring>> Pairs(const std::wstring& list) {
     std::vector<std::pair<std::wstring, std::wstring>> pairs;
     size_t at = 0;
-    while (at < spec.size()) {
-        size_t end = spec.find(L';', at);
-        if (end == std::wstring::npos) end = spec.size();
-        const std::wstring item = spec.substr(at, end - at);
+    while (at < list.size()) {
+        size_t end = list.find(L';', at);
+        if (end == std::wstring::npos) end = list.size();
+        const std::wstring item = list.substr(at, end - at);
         const size_t eq = item.find(L'=');
         if (eq != std::wstring::npos) pairs.emplace_back(item.substr(0, eq), item.substr(eq + 1));
         at = end + 1;
@@ -54,12 +54,12 @@ TARNIK_LINK_EXPORT int32_t libEnumDevices(void* comboBox, LinkDeviceRecord* reco
 TARNIK_LINK_EXPORT intptr_t libPortOpen(uint64_t) { return -1; }
 #else
 TARNIK_LINK_EXPORT int32_t libEnumPorts(LinkUIntArray* numbers, LinkWStringArray* names) {
-    const std::wstring spec = Env(L"TARNIK_FAKE_COM_PORTS");
-    if (spec.rfind(L"many:", 0) == 0) {
-        const unsigned long count = std::wcstoul(spec.c_str() + 5, nullptr, 10);
-        const size_t colon = spec.find(L':', 5);
+    const std::wstring ports = Env(L"TARNIK_FAKE_COM_PORTS");
+    if (ports.rfind(L"many:", 0) == 0) {
+        const unsigned long count = std::wcstoul(ports.c_str() + 5, nullptr, 10);
+        const size_t colon = ports.find(L':', 5);
         const unsigned long length =
-            colon == std::wstring::npos ? 4 : std::wcstoul(spec.c_str() + colon + 1, nullptr, 10);
+            colon == std::wstring::npos ? 4 : std::wcstoul(ports.c_str() + colon + 1, nullptr, 10);
         const std::u16string name(length, u'x');
         for (uint32_t n = 1; n <= count; ++n) {
             numbers->append(numbers->self, n);
@@ -67,7 +67,7 @@ TARNIK_LINK_EXPORT int32_t libEnumPorts(LinkUIntArray* numbers, LinkWStringArray
         }
         return 1;
     }
-    for (const auto& [number, name] : Pairs(spec)) {
+    for (const auto& [number, name] : Pairs(ports)) {
         numbers->append(numbers->self, static_cast<uint32_t>(std::wcstoul(number.c_str(), nullptr, 10)));
         names->append(names->self, reinterpret_cast<const char16_t*>(name.c_str()));
     }

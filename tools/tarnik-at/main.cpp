@@ -111,13 +111,13 @@ int main(int argc, char** argv) {
     }
 
     int failures = 0;
-    for (const std::string& spec : commands) {
+    for (const std::string& given : commands) {
         std::string expected = "OK";
-        std::string command = spec;
-        const size_t arrow = spec.find("=>");
+        std::string command = given;
+        const size_t arrow = given.find("=>");
         if (arrow != std::string::npos) {
-            expected = spec.substr(0, arrow);
-            command = spec.substr(arrow + 2);
+            expected = given.substr(0, arrow);
+            command = given.substr(arrow + 2);
         }
         command = Unescaped(command);
         std::string reply;
