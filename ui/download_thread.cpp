@@ -1,0 +1,91 @@
+#include "ui/download_thread.h"
+
+#include <commctrl.h>
+
+#include <memory>
+
+#include "plugin/host_translator.h"
+
+namespace tarnik {
+
+namespace {
+
+void SetCell(HWND listView, int row, int column, const std::u16string& text) {
+    LVITEMW cell{};
+    cell.iSubItem = column;
+    cell.pszText = const_cast<wchar_t*>(reinterpret_cast<const wchar_t*>(text.c_str()));
+    SendMessageW(listView, LVM_SETITEMTEXTW, static_cast<WPARAM>(row),
+                 reinterpret_cast<LPARAM>(&cell));
+}
+
+class WindowsDownloadUi final : public DownloadUi {
+public:
+    explicit WindowsDownloadUi(const DownloadJob& job) : job_(job) {}
+
+    // Window handles serve every thread alike; messages reach the owner synchronously.
+    void Attach() override {}
+    void Detach() override {}
+
+    void ShowStatus(const std::u16string& text) override {
+        SetWindowTextW(static_cast<HWND>(job_.statusLabel),
+                       reinterpret_cast<const wchar_t*>(text.c_str()));
+    }
+    void ClearList() override {
+        SendMessageW(static_cast<HWND>(job_.listView), LVM_DELETEALLITEMS, 0, 0);
+    }
+    void FillList(const std::vector<MessageGroup>& groups) override {
+        LoadGroupsIntoList(groups, static_cast<HWND>(job_.listView));
+    }
+    void ReleaseThreadHandle() override {
+        if (job_.threadHandleSlot == nullptr)
+            return;
+        HANDLE own = static_cast<HANDLE>(*job_.threadHandleSlot);
+        if (own != nullptr && own != INVALID_HANDLE_VALUE)
+            CloseHandle(own);
+        *job_.threadHandleSlot = INVALID_HANDLE_VALUE;
+    }
+    void ReenableWindows() override {
+        for (WindowHandle window : job_.reenableWindows)
+            EnableWindow(static_cast<HWND>(window), TRUE);
+    }
+    void EndChooser(int result) override {
+        HWND chooser = GetParent(static_cast<HWND>(job_.statusLabel));
+        SendMessageW(chooser, kEndChooserMessage, static_cast<WPARAM>(result), 0);
+    }
+
+private:
+    const DownloadJob& job_;
+};
+
+}  // namespace
+
+void LoadGroupsIntoList(const std::vector<MessageGroup>& groups, HWND listView) {
+    LockWindowUpdate(listView);
+    for (const MessageGroup& group : groups) {
+        const MessageListRow row = ListRowOf(group);
+        LVITEMW item{};
+        item.mask = LVIF_TEXT;
+        item.iItem = static_cast<int>(SendMessageW(listView, LVM_GETITEMCOUNT, 0, 0));
+        item.pszText = const_cast<wchar_t*>(L"");
+        const int index = static_cast<int>(
+            SendMessageW(listView, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
+        if (index < 0)
+            continue;
+        SetCell(listView, index, 1, row.number);
+        SetCell(listView, index, 2, row.date);
+        SetCell(listView, index, 3, row.text);
+    }
+    LockWindowUpdate(nullptr);
+}
+
+DWORD WINAPI DownloadWorker(LPVOID argument) {
+    // The job is ours from here on, released on every way out.
+    std::unique_ptr<DownloadJob> job(static_cast<DownloadJob*>(argument));
+    WindowsDownloadUi ui(*job);
+    HostTranslator texts;
+    DownloadEnvironment env{texts};
+    RunDownload(job->profile, *job->groups, ui, env);
+    return 0;
+}
+
+}  // namespace tarnik
