@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Checks the import and export tables of the host modules, the host and a plug-in.
 
-usage: check_imports.py OBJDUMP FAKE-PLUGIN HRXCORE HRXUTIL TARNIK-HOST
+usage: check_imports.py OBJDUMP FAKE-PLUGIN HRXCORE HRXUTIL TARNIK-HOST HRXUI
 
 The plug-in must import the host's functions from the .mdl files by those names, and every
 module must take the C++ runtime from the one shared libstdc++-6.dll: a module with its own
 static runtime has its own heap, and the plug-in's delete[] of a utility buffer breaks.
+The UI library exports its dialog bases and none of the dialog framework, whose code each
+module keeps a copy of.
 """
 import os
 import re
@@ -51,7 +53,7 @@ def matches(symbol, wanted):
 
 
 def main():
-    objdump, plugin, hrxcore, hrxutil, host = sys.argv[1:6]
+    objdump, plugin, hrxcore, hrxutil, host, hrxui = sys.argv[1:7]
     failures = []
 
     def expect(condition, message):
@@ -75,6 +77,7 @@ def main():
     imports_from(host, RUNTIME)
     imports_from(host, "hrxcore.mdl")
     imports_from(host, "hrxutil.mdl")
+    imports_from(hrxui, RUNTIME)
 
     _, core_exports = tables(objdump, hrxcore)
     for wanted in ["libHrxInit", "libHrxTerminate", "_ZN3hrx4g_pFE", "_ZN3hrx8g_pTransE"]:
@@ -85,6 +88,12 @@ def main():
     for wanted in ["wtom", "wtou", "lutBase64Decode"]:
         expect(any(matches(e, wanted) for e in util_exports),
                f"hrxutil.mdl exports {wanted}")
+    _, ui_exports = tables(objdump, hrxui)
+    for member in ["CUIWin7Dialog10SetHeaders", "CVistaListControl10InsertItem",
+                   "CVistaListControl10SelectItem", "CUIScalableDialogC"]:
+        expect(any(member in e for e in ui_exports), f"hrxui.mdl exports {member}")
+    expect(not any(e.startswith("_ZN3dlg") or e.startswith("_ZNK3dlg") for e in ui_exports),
+           "hrxui.mdl exports nothing of the dialog framework")
 
     if failures:
         print(f"{len(failures)} check(s) failed")
