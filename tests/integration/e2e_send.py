@@ -9,6 +9,12 @@ import subprocess
 import tempfile
 import time
 
+
+def windows_path(path):
+    """The path as Wine's Z: drive shows the root, without starting a Wine program."""
+    return "Z:" + os.path.abspath(path).replace("/", "\\")
+
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 WINE_RUN = os.path.join(ROOT, "scripts", "wine-run.sh")
@@ -61,8 +67,7 @@ def send(bin_dir, native_dir, config, recipients, text, report, configure=None):
             if os.path.lexists(comlink):
                 os.unlink(comlink)
             os.symlink(link, comlink)
-            data = subprocess.run(["winepath", "-w", os.path.join(work, "hostdata")],
-                                  capture_output=True, text=True).stdout.strip()
+            data = windows_path(os.path.join(work, "hostdata"))
             started = time.monotonic()
             steps = ["add-profile", "Telefon", profile(port, report)]
             if configure is not None:

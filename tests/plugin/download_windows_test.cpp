@@ -1,8 +1,10 @@
 // The download worker's Windows side on real windows: rows put into a real list view, and
 // a worker thread's end operations on the chooser's windows.
-#include <commctrl.h>
 #include <gtest/gtest.h>
 #include <windows.h>
+
+// After <windows.h>, which it needs.
+#include <commctrl.h>
 
 #include <string>
 #include <vector>

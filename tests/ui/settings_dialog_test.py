@@ -12,6 +12,12 @@ import subprocess
 import sys
 import tempfile
 
+
+def windows_path(path):
+    """The path as Wine's Z: drive shows the root, without starting a Wine program."""
+    return "Z:" + os.path.abspath(path).replace("/", "\\")
+
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 WINE_RUN = os.path.join(HERE, "..", "..", "scripts", "wine-run.sh")
 bin_dir, fakes_dir = sys.argv[1], sys.argv[2]
@@ -49,8 +55,7 @@ def run(record, script, links="fake", env=None):
             if links == "fake":
                 shutil.copy(os.path.join(fakes_dir, lib), folder)
         environment = dict(os.environ, **(env or {}))
-        data = subprocess.run(["winepath", "-w", os.path.join(folder, "data")],
-                              capture_output=True, text=True).stdout.strip()
+        data = windows_path(os.path.join(folder, "data"))
         out = subprocess.run(
             [WINE_RUN, os.path.join(folder, "tarnik-host.exe"), "--data", data, "load",
              "add-profile", "P", record, "configure", "P", script, "profiles", "unload"],
