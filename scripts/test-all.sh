@@ -52,9 +52,24 @@ bench() {
     fi
 }
 
+main_job() {
+    # The README's first command must keep working: run it, show it only when it fails.
+    local log
+    log=$(mktemp)
+    if scripts/main-job.sh >"$log" 2>&1 && grep -q '^SEND -> 0' "$log"; then
+        grep -E '^(SEND|== )' "$log"
+        rm -f "$log"
+    else
+        cat "$log"
+        rm -f "$log"
+        return 1
+    fi
+}
+
 stage "portable core free of windows.h" portable_core_has_no_windows_h
 stage "native build and tests" native
 stage "Windows build and tests under Wine" windows
+stage "main job" main_job
 stage "fuzz targets (ASan, UBSan)" fuzz
 stage "benchmarks (smoke run)" bench
 

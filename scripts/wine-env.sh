@@ -30,7 +30,7 @@ fi
 # leader without a terminal, so the phone emulator's pty would become its controlling
 # terminal, and the phone hanging up would make it dump its state and quit. A server run in
 # the foreground of our own session is no session leader and never takes a terminal.
-tarnik_wineserver_pid=$(pgrep -u "$(id -u)" -f '^[^ ]*wineserver' | head -n 1)
+tarnik_wineserver_pid=$(pgrep -u "$(id -u)" -f '^[^ ]*wineserver' | head -n 1 || true)
 if [ -n "$tarnik_wineserver_pid" ] &&
     [ "$(ps -o sid= -p "$tarnik_wineserver_pid" | tr -d ' ')" = "$tarnik_wineserver_pid" ]; then
     wineserver -k 2>/dev/null || true
