@@ -64,6 +64,8 @@ constexpr char kHelp[] =
     "  garbage_bytes = HEX       the noise (default FF7E3F0D)\n"
     "  disconnect = [N] COMMAND  half of the answer, then the pty closes and PATH is\n"
     "                            linked to a new one\n"
+    "  error = [N] COMMAND       \"ERROR\" (after the echo) instead of the answer; the\n"
+    "                            command line is not carried out\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
     "turns down the first submission as congested and reports a delivery failure:\n"
@@ -401,6 +403,7 @@ private:
         std::vector<FaultRule>* list = key == "silence"      ? &config_.silence
                                        : key == "garbage"    ? &config_.garbage
                                        : key == "disconnect" ? &config_.disconnect
+                                       : key == "error"      ? &config_.error
                                                              : nullptr;
         if (list == nullptr) {
             known = false;

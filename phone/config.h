@@ -64,6 +64,7 @@ struct PhoneConfig {
     std::vector<FaultRule> silence;
     std::vector<FaultRule> garbage;
     std::vector<FaultRule> disconnect;
+    std::vector<FaultRule> error;
     std::string garbageBytes = "\xFF\x7E\x3F\x0D";
 };
 

@@ -157,6 +157,12 @@ void Modem::CommandLine(const std::string& raw) {
         output_.push_back({Emission::kBytes, raw + "\r"});
     if (at == std::string::npos)
         return;
+    if (FaultFires(config_.error, key)) {
+        // A phone that turns the command down; garbage and disconnect still apply.
+        log_.Line("FAULT", "error " + key);
+        Reply(Info("ERROR"), key);
+        return;
+    }
 
     const std::string body = line.substr(at + 2);
     std::string reply;

@@ -43,6 +43,7 @@ TEST(ParseConfig, ReadsEverySection) {
               "silence = 2 AT+CNMI=2,0,0,1,0\n"
               "garbage = at+cmgl=4\n"
               "garbage_bytes = 00ff\n"
+              "error = 1 at+cpms=\"mt\"\n"
               "[phone]\n"
               "smsc = +4860\n",
               c, error))
@@ -84,6 +85,9 @@ TEST(ParseConfig, ReadsEverySection) {
     EXPECT_EQ(c.garbage[0].command, "AT+CMGL=4");
     EXPECT_EQ(c.garbage[0].remaining, -1);
     EXPECT_EQ(c.garbageBytes, std::string("\x00\xFF", 2));
+    ASSERT_EQ(c.error.size(), 1u);
+    EXPECT_EQ(c.error[0].command, "AT+CPMS=\"MT\"");
+    EXPECT_EQ(c.error[0].remaining, 1);
 }
 
 // A mistyped file must not silently give a different phone than the one meant.
@@ -113,6 +117,7 @@ TEST(ParseConfig, NamesTheLineOfEveryMistake) {
         {"[report]\nstatus = 0x100\n", "bad value for 'status'"},
         {"[fault]\nsilence = CSQ\n", "bad value for 'silence'"},
         {"[fault]\ndisconnect = 0 AT\n", "bad value for 'disconnect'"},
+        {"[fault]\nerror = 2\n", "bad value for 'error'"},
         {"[fault]\ngarbage_bytes = F\n", "bad value for 'garbage_bytes'"},
         {"key without value\n", "expected key = value"},
     };

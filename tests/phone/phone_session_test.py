@@ -312,6 +312,9 @@ silence = AT+CSQ
 garbage = 1 AT+CGMI
 garbage_bytes = FF7E
 disconnect = 1 AT+CGSN
+error = 1 AT+CMGF=1
+error = at+cpms="SM"
+garbage = 1 AT+CPMS="SM"
 """
 
     def test_client_may_close_and_another_open(self):
@@ -327,7 +330,18 @@ disconnect = 1 AT+CGSN
 
     def test_faults(self):
         c = self.client
+        # The refused line is echoed and answered ERROR, and does not take effect.
+        self.assertEqual(c.command("AT+CMGF=1"), b"AT+CMGF=1\r\r\nERROR\r\n")
         c.command("ATE0")
+        self.assertEqual(c.command("AT+CMGF?"), b"\r\n+CMGF: 0\r\n\r\nOK\r\n")
+        self.assertEqual(c.command("AT+CMGF=1"), b"\r\nOK\r\n")  # once only
+        self.assertEqual(c.command('AT+CPMS="ME"'), b"\r\n+CPMS: 0,50,0,20,0,20\r\n\r\nOK\r\n")
+        # Without a count it stays; other faults of the line still apply to the ERROR.
+        self.assertEqual(c.command('AT+CPMS="SM"'), b"\xff\x7e\r\nERROR\r\n")
+        self.assertEqual(c.command('at+cpms="sm"'), b"\r\nERROR\r\n")
+        self.assertEqual(c.command("AT+CPMS?"),
+                         b'\r\n+CPMS: "ME",0,50,"SM",0,20,"SM",0,20\r\n\r\nOK\r\n')
+        self.assertIn('FAULT error AT+CPMS="SM"', self.phone.log())
         c.write(b"AT+CSQ\r")
         self.assertEqual(c.read_for(0.3), b"")
         self.assertEqual(c.command("AT+CGMI"), b"\xff\x7e\r\nTARNIK\r\n\r\nOK\r\n")
