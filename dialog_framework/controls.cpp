@@ -12,7 +12,8 @@ std::wstring Window::Text() const {
 
 std::wstring ComboBox::ItemText(int index) const {
     const LRESULT length = Send(CB_GETLBTEXTLEN, static_cast<WPARAM>(index));
-    if (length < 0) return {};
+    if (length < 0)
+        return {};
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');
     Send(CB_GETLBTEXT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
     text.resize(static_cast<size_t>(length));
@@ -21,11 +22,48 @@ std::wstring ComboBox::ItemText(int index) const {
 
 std::wstring ListBox::ItemText(int index) const {
     const LRESULT length = Send(LB_GETTEXTLEN, static_cast<WPARAM>(index));
-    if (length < 0) return {};
+    if (length < 0)
+        return {};
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');
     Send(LB_GETTEXT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
     text.resize(static_cast<size_t>(length));
     return text;
+}
+
+int ListView::InsertColumn(int index, const std::wstring& title, int width) {
+    LVCOLUMNW column{};
+    column.mask = LVCF_FMT | LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
+    column.fmt = LVCFMT_LEFT;
+    column.cx = width;
+    column.pszText = const_cast<wchar_t*>(title.c_str());
+    column.iSubItem = index;
+    return static_cast<int>(
+        Send(LVM_INSERTCOLUMNW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&column)));
+}
+
+void ListView::SetItemState(int row, UINT state, UINT mask) {
+    LVITEMW item{};
+    item.state = state;
+    item.stateMask = mask;
+    Send(LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+std::wstring ListView::ItemText(int row, int column) const {
+    // The control copies at most the buffer's size; grow until the text fits.
+    std::wstring text(256, L'\0');
+    for (;;) {
+        LVITEMW item{};
+        item.iSubItem = column;
+        item.pszText = text.data();
+        item.cchTextMax = static_cast<int>(text.size());
+        const auto copied = static_cast<size_t>(
+            Send(LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item)));
+        if (copied + 1 < text.size()) {
+            text.resize(copied);
+            return text;
+        }
+        text.resize(text.size() * 2);
+    }
 }
 
 }  // namespace dlg

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <commctrl.h>
+
 #include <string>
 
 namespace dlg {
@@ -64,9 +66,23 @@ public:
     std::wstring ItemText(int index) const;
 };
 
+// A report-view list: rows of texts, one per column.
 class ListView : public Window {
 public:
-    int Count() const { return static_cast<int>(Send(0x1004 /* LVM_GETITEMCOUNT */)); }
+    int Count() const { return static_cast<int>(Send(LVM_GETITEMCOUNT)); }
+    int InsertColumn(int index, const std::wstring& title, int width);
+    void SetExtendedStyle(DWORD style) {
+        Send(LVM_SETEXTENDEDLISTVIEWSTYLE, 0, static_cast<LPARAM>(style));
+    }
+    // The next row after `start` (-1: from the top) with all of `flags` (LVNI_*), or -1.
+    int NextItem(int start, UINT flags) const {
+        return static_cast<int>(Send(LVM_GETNEXTITEM, static_cast<WPARAM>(start), flags));
+    }
+    bool IsSelected(int row) const {
+        return Send(LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_SELECTED) != 0;
+    }
+    void SetItemState(int row, UINT state, UINT mask);
+    std::wstring ItemText(int row, int column) const;
 };
 
 }  // namespace dlg

@@ -14,12 +14,14 @@ constexpr WORD kInitComboBoxAddString = 0x0403;
 
 void DataExchange::Control(int id, Window& control) {
     HWND item = Item(id);
-    if (item != nullptr) control.Attach(item);
+    if (item != nullptr)
+        control.Attach(item);
 }
 
 void DataExchange::Check(int id, int& state) {
     HWND item = Item(id);
-    if (item == nullptr) return;
+    if (item == nullptr)
+        return;
     if (save_) {
         state = static_cast<int>(SendMessageW(item, BM_GETCHECK, 0, 0));
     } else {
@@ -29,7 +31,8 @@ void DataExchange::Check(int id, int& state) {
 
 void DataExchange::Text(int id, std::wstring& text) {
     HWND item = Item(id);
-    if (item == nullptr) return;
+    if (item == nullptr)
+        return;
     Window window;
     window.Attach(item);
     if (save_) {
@@ -41,7 +44,8 @@ void DataExchange::Text(int id, std::wstring& text) {
 
 HWND DataExchange::Item(int id) {
     HWND item = GetDlgItem(dialog_, id);
-    if (item == nullptr && failedControl_ == 0) failedControl_ = id;
+    if (item == nullptr && failedControl_ == 0)
+        failedControl_ = id;
     return item;
 }
 
@@ -80,11 +84,14 @@ BOOL CDialog::OnInitDialog() {
 void CDialog::DoDataExchange(DataExchange&) {}
 
 void CDialog::OnOK() {
-    if (!UpdateData(true)) return;  // stays open on the control that failed
+    if (!UpdateData(true))
+        return;  // stays open on the control that failed
     EndDialog(IDOK);
 }
 
-void CDialog::OnCancel() { EndDialog(IDCANCEL); }
+void CDialog::OnCancel() {
+    EndDialog(IDCANCEL);
+}
 
 void CDialog::EndDialog(INT_PTR result) {
     if (modal_) {
@@ -98,10 +105,12 @@ void CDialog::ExecuteDlgInit() {
     HINSTANCE module = CurrentResourceModule();
     HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(templateId_),
                                 MAKEINTRESOURCEW(kDlgInitResourceType));
-    if (found == nullptr) return;
+    if (found == nullptr)
+        return;
     const auto* data = static_cast<const BYTE*>(LockResource(LoadResource(module, found)));
     const DWORD size = SizeofResource(module, found);
-    if (data == nullptr) return;
+    if (data == nullptr)
+        return;
     // Records: control id (WORD), message (WORD), length (DWORD), then that many bytes of
     // ANSI text ending in NUL; a control id of 0 ends the list.
     DWORD at = 0;
@@ -112,11 +121,13 @@ void CDialog::ExecuteDlgInit() {
         memcpy(&message, data + at + 2, 2);
         memcpy(&length, data + at + 4, 4);
         at += 8;
-        if (id == 0 || length > size - at) break;
+        if (id == 0 || length > size - at)
+            break;
         std::string text(reinterpret_cast<const char*>(data + at), length);
         at += length;
         const size_t nul = text.find('\0');
-        if (nul != std::string::npos) text.resize(nul);
+        if (nul != std::string::npos)
+            text.resize(nul);
         const UINT add = message == kInitListBoxAddString    ? LB_ADDSTRING
                          : message == kInitComboBoxAddString ? CB_ADDSTRING
                                                              : message;
@@ -133,8 +144,37 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND hwnd, UINT message, WPARAM w, LPARAM l
     } else {
         self = reinterpret_cast<CDialog*>(GetWindowLongPtrW(hwnd, DWLP_USER));
     }
-    if (self == nullptr) return FALSE;
+    if (self == nullptr)
+        return FALSE;
     return self->Handle(message, w, l);
+}
+
+namespace {
+
+// Messages whose answer is the dialog procedure's return value, not DWLP_MSGRESULT.
+bool AnswersDirectly(UINT message) {
+    return (message >= WM_CTLCOLORMSGBOX && message <= WM_CTLCOLORSTATIC) ||
+           message == WM_COMPAREITEM || message == WM_VKEYTOITEM || message == WM_CHARTOITEM ||
+           message == WM_QUERYDRAGICON;
+}
+
+}  // namespace
+
+BOOL CDialog::OnCommand(WPARAM w, LPARAM l) {
+    LRESULT result = 0;
+    if (const MessageMap* map = GetMessageMap()) {
+        if (map->Dispatch(*this, WM_COMMAND, w, l, result))
+            return TRUE;
+    }
+    if (LOWORD(w) == IDOK && HIWORD(w) == BN_CLICKED) {
+        OnOK();
+        return TRUE;
+    }
+    if (LOWORD(w) == IDCANCEL) {  // the Cancel button, Esc and the close box
+        OnCancel();
+        return TRUE;
+    }
+    return FALSE;
 }
 
 INT_PTR CDialog::Handle(UINT message, WPARAM w, LPARAM l) {
@@ -142,34 +182,32 @@ INT_PTR CDialog::Handle(UINT message, WPARAM w, LPARAM l) {
         ExecuteDlgInit();
         return OnInitDialog();
     }
+    if (message == WM_COMMAND) {
+        // The handler may end a modeless dialog: nothing of the object is used after it.
+        HWND self = hwnd_;
+        const BOOL handled = OnCommand(w, l);
+        if (handled && IsWindow(self))
+            SetWindowLongPtrW(self, DWLP_MSGRESULT, 0);
+        return handled;
+    }
     LRESULT result = 0;
     if (const MessageMap* map = GetMessageMap()) {
+        HWND self = hwnd_;
         if (map->Dispatch(*this, message, w, l, result)) {
-            // Messages that return a value do so through DWLP_MSGRESULT.
-            SetWindowLongPtrW(hwnd_, DWLP_MSGRESULT, result);
+            if (AnswersDirectly(message))
+                return static_cast<INT_PTR>(result);
+            // Other messages that return a value do so through DWLP_MSGRESULT.
+            if (IsWindow(self))
+                SetWindowLongPtrW(self, DWLP_MSGRESULT, result);
             return TRUE;
         }
     }
-    switch (message) {
-        case WM_COMMAND:
-            if (LOWORD(w) == IDOK && HIWORD(w) == BN_CLICKED) {
-                OnOK();
-                return TRUE;
-            }
-            if (LOWORD(w) == IDCANCEL) {  // the Cancel button, Esc and the close box
-                OnCancel();
-                return TRUE;
-            }
-            return FALSE;
-        case WM_NCDESTROY: {
-            SetWindowLongPtrW(hwnd_, DWLP_USER, 0);
-            hwnd_ = nullptr;
-            OnNcDestroy();
-            return FALSE;
-        }
-        default:
-            return FALSE;
+    if (message == WM_NCDESTROY) {
+        SetWindowLongPtrW(hwnd_, DWLP_USER, 0);
+        hwnd_ = nullptr;
+        OnNcDestroy();
     }
+    return FALSE;
 }
 
 }  // namespace dlg

@@ -49,6 +49,7 @@ public:
     bool Create(HWND parent);
 
     HWND hwnd() const { return hwnd_; }
+    bool IsModal() const { return modal_; }
     // Loads the controls from the members (false) or saves them into the members (true).
     bool UpdateData(bool save);
 
@@ -58,6 +59,9 @@ protected:
     virtual BOOL OnInitDialog();
     virtual void DoDataExchange(DataExchange& dx);
     virtual const MessageMap* GetMessageMap() const { return nullptr; }
+    // WM_COMMAND: the message map's command entries, then OK and Cancel. TRUE when handled;
+    // a dialog that overrides it passes what it does not take on to this one.
+    virtual BOOL OnCommand(WPARAM w, LPARAM l);
     // The framework's OK: saves the data, then ends the dialog with IDOK.
     virtual void OnOK();
     // Cancel, Esc and the close box: ends the dialog with IDCANCEL.

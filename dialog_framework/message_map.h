@@ -25,12 +25,12 @@ public:
 
 template <class D>
 struct MapEntry {
-    using CommandFn = void (D::*)();                     // WM_COMMAND from one control
-    using NotifyFn = LRESULT (D::*)(NMHDR*);             // WM_NOTIFY from one control
-    using SizeFn = void (D::*)(UINT type, int cx, int cy);  // WM_SIZE
+    using CommandFn = void (D::*)();                               // WM_COMMAND from one control
+    using NotifyFn = LRESULT (D::*)(NMHDR*);                       // WM_NOTIFY from one control
+    using SizeFn = void (D::*)(UINT type, int cx, int cy);         // WM_SIZE
     using ContextMenuFn = void (D::*)(HWND window, POINT screen);  // WM_CONTEXTMENU
-    using PlainFn = void (D::*)();                       // a message without arguments
-    using RawFn = LRESULT (D::*)(WPARAM, LPARAM);        // anything else, e.g. WM_USER + n
+    using PlainFn = void (D::*)();                                 // a message without arguments
+    using RawFn = LRESULT (D::*)(WPARAM, LPARAM);  // anything else, e.g. WM_USER + n
 
     UINT message;
     int id;     // control id for WM_COMMAND and WM_NOTIFY
@@ -75,22 +75,25 @@ public:
                   LRESULT& result) const override {
         D& self = static_cast<D&>(dialog);
         for (const MapEntry<D>& e : entries_) {
-            if (e.message != message) continue;
+            if (e.message != message)
+                continue;
             result = 0;
             switch (message) {
                 case WM_COMMAND:
-                    if (LOWORD(w) != e.id || HIWORD(w) != e.code) continue;
+                    if (LOWORD(w) != e.id || HIWORD(w) != e.code)
+                        continue;
                     (self.*std::get<typename MapEntry<D>::CommandFn>(e.handler))();
                     return true;
                 case WM_NOTIFY: {
                     auto* header = reinterpret_cast<NMHDR*>(l);
-                    if (static_cast<int>(header->idFrom) != e.id || header->code != e.code) continue;
+                    if (static_cast<int>(header->idFrom) != e.id || header->code != e.code)
+                        continue;
                     result = (self.*std::get<typename MapEntry<D>::NotifyFn>(e.handler))(header);
                     return true;
                 }
                 case WM_SIZE:
-                    (self.*std::get<typename MapEntry<D>::SizeFn>(e.handler))(
-                        static_cast<UINT>(w), LOWORD(l), HIWORD(l));
+                    (self.*std::get<typename MapEntry<D>::SizeFn>(e.handler))(static_cast<UINT>(w),
+                                                                              LOWORD(l), HIWORD(l));
                     return true;
                 case WM_CONTEXTMENU:
                     (self.*std::get<typename MapEntry<D>::ContextMenuFn>(e.handler))(

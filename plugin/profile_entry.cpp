@@ -6,10 +6,10 @@
 
 namespace tarnik {
 
-bool ProfileFromEntry(const SmstProfileEntry& entry, GsmProfile& profile) {
-    if (entry.profileData == nullptr)
+bool ProfileFromBase64(const wchar_t* base64, GsmProfile& profile) {
+    if (base64 == nullptr)
         return false;
-    char* utf8 = wtou(entry.profileData);
+    char* utf8 = wtou(base64);
     if (utf8 == nullptr)
         return false;
     unsigned char* bytes = nullptr;

@@ -1,13 +1,13 @@
-// Reading a profile out of an "SMST/Enumerate" entry, where the record stands as Base64.
+// Reading a profile as "SMST/Enumerate" reports it: the record as Base64 text.
 #pragma once
 
 #include "plugin/gsm_profile.h"
-#include "plugin/host_records.h"
 
 namespace tarnik {
 
-// Decodes the entry's Base64 text with the host utilities. False when the entry has no
-// data or decodes to fewer than 13 bytes: such a profile cannot be used to connect.
-bool ProfileFromEntry(const SmstProfileEntry& entry, GsmProfile& profile);
+// Decodes a profile's Base64 text, as the SMS plug-in keeps it, with the host utilities.
+// False when there is no text or it decodes to fewer than 13 bytes: such a profile cannot
+// be used to connect, and `profile` is left as it was.
+bool ProfileFromBase64(const wchar_t* base64, GsmProfile& profile);
 
 }  // namespace tarnik

@@ -20,9 +20,9 @@ constexpr uint32_t kMaxBluetoothDevices = 10;
 constexpr uint32_t kPortRangeEnd = 16;
 
 std::wstring PortItemText(const std::wstring& name, uint32_t number) {
-    const std::u16string text =
-        FormatText(u"%s (COM %d)", {std::u16string_view(reinterpret_cast<const char16_t*>(name.c_str())),
-                                   static_cast<int64_t>(number)});
+    const std::u16string text = FormatText(
+        u"%s (COM %d)", {std::u16string_view(reinterpret_cast<const char16_t*>(name.c_str())),
+                         static_cast<int64_t>(number)});
     return std::wstring(text.begin(), text.end());
 }
 
@@ -94,7 +94,8 @@ BOOL CWndGsmConfig::OnInitDialog() {
 
 void CWndGsmConfig::AddPort(const std::wstring& name, uint32_t number) {
     const int index = portList_.AddString(PortItemText(name, number));
-    if (index >= 0) portList_.SetItemData(index, number);
+    if (index >= 0)
+        portList_.SetItemData(index, number);
 }
 
 void CWndGsmConfig::SelectStoredPort() {
@@ -104,12 +105,14 @@ void CWndGsmConfig::SelectStoredPort() {
             return;
         }
     }
-    if (profile.comPort == 0) return;
+    if (profile.comPort == 0)
+        return;
     HostTranslator texts;
-    const std::u16string text = FormatText(texts.Text(1027, u"Nieznany (COM %d)"),
-                                           {static_cast<int64_t>(profile.comPort)});
+    const std::u16string text =
+        FormatText(texts.Text(1027, u"Nieznany (COM %d)"), {static_cast<int64_t>(profile.comPort)});
     const int index = portList_.AddString(std::wstring(text.begin(), text.end()));
-    if (index < 0) return;
+    if (index < 0)
+        return;
     portList_.SetItemData(index, profile.comPort);
     portList_.SetCurSel(index);
 }
@@ -121,19 +124,24 @@ void CWndGsmConfig::ApplyEnablingRule() {
     portRange_.Enable(kind == kConnectionCom);
 }
 
-void CWndGsmConfig::OnKindChosen() { ApplyEnablingRule(); }
+void CWndGsmConfig::OnKindChosen() {
+    ApplyEnablingRule();
+}
 
 void CWndGsmConfig::OnPortRange() {
     portList_.ResetContent();
-    for (uint32_t n = 1; n <= kPortRangeEnd; ++n) AddPort(L"COM", n);
+    for (uint32_t n = 1; n <= kPortRangeEnd; ++n)
+        AddPort(L"COM", n);
     SelectStoredPort();
 }
 
 void CWndGsmConfig::OnOkClicked() {
     const int device = deviceList_.CurSel();
-    if (device >= 0 && device < 32) profile.SetBtAddress(devices_[device].address);
+    if (device >= 0 && device < 32)
+        profile.SetBtAddress(devices_[device].address);
     const int port = portList_.CurSel();
-    if (port >= 0) profile.comPort = static_cast<uint8_t>(portList_.ItemData(port) & 0xFF);
+    if (port >= 0)
+        profile.comPort = static_cast<uint8_t>(portList_.ItemData(port) & 0xFF);
     // No selection (a stored kind outside the three) stores 255: unusable to every reader.
     profile.connectionKind = static_cast<uint8_t>(kindList_.CurSel() & 0xFF);
     profile.waitForReport = waitForReport_.Check() == BST_CHECKED ? 1 : 0;
@@ -143,7 +151,8 @@ void CWndGsmConfig::OnOkClicked() {
 
 intptr_t TransportConfigure(SmstConfigureInfo* request) {
     dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
-    if (request == nullptr) return 0;
+    if (request == nullptr)
+        return 0;
     CWndGsmConfig dialog;
     ProfileFromBytes(request->profileData, kGsmProfileSize, dialog.profile);
     if (dialog.DoModal() == IDOK) {

@@ -98,6 +98,14 @@ void CUIWin7Dialog::OnSize(UINT type, int cx, int cy) {
     }
 }
 
+void CUIWin7Dialog::OnCancel() {
+    if (IsModal()) {
+        dlg::CDialog::OnCancel();
+    } else {
+        ShowWindow(hwnd(), SW_HIDE);
+    }
+}
+
 void CUIWin7Dialog::OnDestroy() {
     navigation_.Reset();
     titleWindow_ = nullptr;

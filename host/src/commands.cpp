@@ -3,9 +3,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "archive_page_command.h"
+#include "configure_command.h"
 #include "host.h"
 #include "hrx/hrxutil.h"
-#include "configure_command.h"
 #include "send_window.h"
 #include "text.h"
 
@@ -316,7 +317,18 @@ const std::vector<Command>& Commands() {
          "bytes> after=<the 3 bytes past the record>; the store is updated only when the "
          "written length is 13.",
          ConfigureCommand},
-        // Commands that drive the archive page join here.
+        {"archive-page", "[SCRIPT]", 0, 1,
+         "Use the plug-in's menu entry (the first item added with a callback) as the host's "
+         "menu does, then run the host's message loop while SCRIPT plays the user on the "
+         "windows that open: the steps of configure, and expect CAPTION, wait-text ID TEXT, "
+         "rows, select-rows I,J,..., row-click I|below, row-rclick I|below, key ID "
+         "down|up|space, menu-dump, menu-choose ID, menu-cancel, size W H, layout, menu (use "
+         "the entry again). Each step acts on the dialog of this process that takes input. "
+         "rows prints LIST, COLUMN and ROW lines; menu-dump MENU-POPUP and MENU-ENTRY; layout "
+         "LAYOUT and WINDOW id class rect=x,y,w,h visible. Without SCRIPT the loop runs until "
+         "no dialog is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
+         "script=done|failed.",
+         ArchivePageCommand},
     };
     return commands;
 }

@@ -19,7 +19,8 @@ constexpr uint32_t kUntouched = 0xFFFFFFFF;
 bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
     StoredProfile* profile = nullptr;
     for (StoredProfile& p : host.profiles()) {
-        if (p.name == args[0]) profile = &p;
+        if (p.name == args[0])
+            profile = &p;
     }
     if (profile == nullptr) {
         error = "no profile named " + Utf8(args[0]);
@@ -27,7 +28,8 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
     }
     const RegisteredTransport* transport = nullptr;
     for (const RegisteredTransport& t : host.transports) {
-        if (t.id == profile->transportId) transport = &t;
+        if (t.id == profile->transportId)
+            transport = &t;
     }
     if (transport == nullptr || transport->configure == nullptr) {
         error = "the transport of profile " + Utf8(args[0]) + " is not registered";
@@ -49,7 +51,8 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
 
     // With a script, a driver plays the user on its own thread while the dialog runs here.
     std::unique_ptr<DialogDriver> driver;
-    if (args.size() > 1) driver = std::make_unique<DialogDriver>(host, args[1]);
+    if (args.size() > 1)
+        driver = std::make_unique<DialogDriver>(host, args[1]);
     const intptr_t result = transport->configure(&request);
     if (driver != nullptr && !driver->Finish()) {
         error = "the dialog script failed";
@@ -62,8 +65,10 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
                " bytes=" + HexBytes(buffer.data(), 13) +
                " after=" + HexBytes(buffer.data() + 13, 3));
     if (request.writtenLength == 13) {
-        profile->base64 = WideFromUtf8(Base64Encode(std::vector<uint8_t>(buffer.begin(), buffer.begin() + 13)));
-        if (!host.SaveProfiles(error)) return false;
+        profile->base64 =
+            WideFromUtf8(Base64Encode(std::vector<uint8_t>(buffer.begin(), buffer.begin() + 13)));
+        if (!host.SaveProfiles(error))
+            return false;
     }
     return true;
 }

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <atomic>
+#include <istream>
 #include <string>
 #include <thread>
 
@@ -23,28 +25,52 @@ class Host;
 //   esc                   press Esc
 //   close                 the window's close box
 //   wait MS               pause
+//   expect CAPTION        wait until the dialog that takes input has this caption
+//   wait-text ID TEXT     wait until control ID (at any depth) shows TEXT
+//   rows                  the list view 2007: its columns, then every row with its
+//                         selection, focus and four texts
+//   select-rows [I,J,...] select exactly these rows (none without a list)
+//   row-click I|below     click row I with the mouse, or the empty space below the rows
+//   row-rclick I|below    the same with the right button (opens a context menu)
+//   key ID down|up|space  press the key in control ID
+//   menu-dump             the open context menu's items: id, text, enabled, separator
+//   menu-choose ID        choose the menu item ID with the keyboard
+//   menu-cancel           close the context menu with Esc
+//   size W H              resize the dialog to a client area of W by H pixels
+//   layout                every window of the dialog at any depth: id, class, place in
+//                         the dialog's client area, visibility
+//   menu                  use the plug-in's menu entry again (on the host's thread)
 class DialogDriver {
 public:
-    // Starts on its own thread and waits for a dialog of this process to appear.
-    DialogDriver(Host& host, std::wstring script);
+    // Starts on its own thread and waits for a dialog of this process to appear. `menu`,
+    // when given, is a window of the host's thread whose WM_APP runs the menu entry.
+    DialogDriver(Host& host, std::wstring script, HWND menu = nullptr);
     ~DialogDriver();  // waits for the script to finish
     DialogDriver(const DialogDriver&) = delete;
     DialogDriver& operator=(const DialogDriver&) = delete;
 
     // Waits for the script to end; false when a step failed (the reason went to stderr).
     bool Finish() {
-        if (thread_.joinable()) thread_.join();
+        if (thread_.joinable())
+            thread_.join();
         return ok_;
     }
+    // True once the script has ended, whichever way.
+    bool Done() const { return done_; }
 
 private:
     void Run();
     bool Step(HWND dialog, const std::wstring& step);
     void Dump(HWND dialog);
+    bool ListStep(HWND dialog, const std::wstring& verb, std::wistream& in);
+    bool MenuStep(const std::wstring& verb, std::wistream& in);
+    void Layout(HWND dialog);
 
     Host& host_;
     std::wstring script_;
+    HWND menu_;
     bool ok_ = true;
+    std::atomic<bool> done_{false};
     std::thread thread_;
 };
 

@@ -158,19 +158,15 @@ TEST(ProfileEntry, Base64RecordsThroughTheHostUtilities) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        SmstProfileEntry entry{};
-        entry.size = sizeof entry;
-        entry.profileData = c.base64;
         GsmProfile profile{};
-        EXPECT_EQ(ProfileFromEntry(entry, profile), c.ok);
+        EXPECT_EQ(ProfileFromBase64(c.base64, profile), c.ok);
         if (c.ok) {
             EXPECT_EQ(profile.connectionKind, c.kind);
             EXPECT_EQ(profile.comPort, c.port);
         }
     }
-    SmstProfileEntry empty{};
     GsmProfile profile{};
-    EXPECT_FALSE(ProfileFromEntry(empty, profile));
+    EXPECT_FALSE(ProfileFromBase64(nullptr, profile));
 }
 
 }  // namespace

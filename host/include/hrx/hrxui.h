@@ -124,6 +124,9 @@ protected:
     // cx by cy. Runs on every WM_SIZE before the page's own handler; a page that maps
     // WM_SIZE may run it again first, to no effect.
     void OnSize(UINT type, int cx, int cy);
+    // Esc and the close box: a modal dialog ends with IDCANCEL; a modeless page is only
+    // hidden, contents kept, so that its owner can show it again.
+    void OnCancel() override;
     // Empties the navigation list without telling the page, and forgets the base's windows.
     // Runs on WM_DESTROY before the page's own handler; running it again does nothing.
     void OnDestroy();

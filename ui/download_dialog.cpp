@@ -1,0 +1,205 @@
+#include "ui/download_dialog.h"
+
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include "dialog_framework/module_state.h"
+#include "download/archive_entry.h"
+#include "plugin/host_records.h"
+#include "plugin/host_services.h"
+#include "plugin/plugin_state.h"
+#include "plugin/transport_id.h"
+#include "res/resource_ids.h"
+#include "ui/profile_chooser.h"
+
+namespace tarnik {
+
+namespace {
+
+struct ColumnDef {
+    uint32_t textId;
+    const wchar_t* title;
+    int width;
+};
+
+constexpr ColumnDef kColumns[] = {
+    {1039, L"Nazwa", 120},
+    {1040, L"Numer telefonu", 130},
+    {1041, L"Data", 140},
+    {1042, L"Treść", 190},
+};
+constexpr int kTextColumn = 3;
+
+constexpr COLORREF kWhite = 0xFFFFFF;
+constexpr DWORD kListExtendedStyles = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;  // 0x10020
+constexpr uint32_t kProfileEntrySize = 32;
+constexpr intptr_t kMaxProfileEntries = 65536;
+
+const wchar_t* Wide(const std::u16string& text) {
+    return reinterpret_cast<const wchar_t*>(text.c_str());
+}
+
+}  // namespace
+
+CWndSmsDownload::CWndSmsDownload() : hrx::CUIScalableDialog(IDD_SMS_DOWNLOAD) {}
+
+const dlg::MessageMap* CWndSmsDownload::GetMessageMap() const {
+    static const dlg::MessageMapOf<CWndSmsDownload> map = {
+        dlg::OnMessage(WM_ERASEBKGND, &CWndSmsDownload::OnEraseBackground),
+        dlg::OnMessage(WM_CTLCOLOREDIT, &CWndSmsDownload::OnControlColour),
+        dlg::OnMessage(WM_CTLCOLORLISTBOX, &CWndSmsDownload::OnControlColour),
+        dlg::OnMessage(WM_CTLCOLORBTN, &CWndSmsDownload::OnControlColour),
+        dlg::OnMessage(WM_CTLCOLORSCROLLBAR, &CWndSmsDownload::OnControlColour),
+        dlg::OnMessage(WM_CTLCOLORSTATIC, &CWndSmsDownload::OnControlColour),
+        dlg::OnSize(&CWndSmsDownload::OnSize),
+        dlg::OnNotify(IDC_MESSAGE_LIST, NM_RCLICK, &CWndSmsDownload::OnListRClick),
+        dlg::OnNotify(IDC_MESSAGE_LIST, NM_CLICK, &CWndSmsDownload::OnListClick),
+    };
+    return &map;
+}
+
+void CWndSmsDownload::DoDataExchange(dlg::DataExchange& dx) {
+    dx.Control(IDC_MESSAGE_LIST, list_);
+    dx.Control(IDC_MESSAGE_TEXT, text_);
+}
+
+BOOL CWndSmsDownload::OnInitDialog() {
+    hrx::CUIScalableDialog::OnInitDialog();
+    hrx::g_pTrans->translateHwnd(kModuleName, 1056, reinterpret_cast<HWND__*>(hwnd()));
+    int index = 0;
+    for (const ColumnDef& column : kColumns) {
+        list_.InsertColumn(index++, Tr(column.textId, column.title), column.width);
+    }
+    list_.SetExtendedStyle(kListExtendedStyles);
+    return FALSE;
+}
+
+BOOL CWndSmsDownload::OnCommand(WPARAM w, LPARAM l) {
+    const UINT command = LOWORD(w);
+    if (command == kCommandDownload || command == kCommandSelectAll || command == kCommandSave) {
+        // While the chooser is open its worker may be rewriting the list and the groups.
+        if (busy_)
+            return TRUE;
+        // Reached from the host's message loop: the chooser's template is ours.
+        dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
+        if (command == kCommandDownload)
+            StartDownload();
+        if (command == kCommandSelectAll)
+            SelectAllMessages();
+        if (command == kCommandSave)
+            SaveSelectedToArchive();
+        return TRUE;
+    }
+    return hrx::CUIScalableDialog::OnCommand(w, l);
+}
+
+LRESULT CWndSmsDownload::OnEraseBackground(WPARAM w, LPARAM) {
+    RECT client;
+    GetClientRect(hwnd(), &client);
+    HBRUSH white = CreateSolidBrush(kWhite);
+    FillRect(reinterpret_cast<HDC>(w), &client, white);
+    DeleteObject(white);
+    return 1;
+}
+
+LRESULT CWndSmsDownload::OnControlColour(WPARAM, LPARAM) {
+    return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
+}
+
+void CWndSmsDownload::OnSize(UINT type, int cx, int cy) {
+    hrx::CUIScalableDialog::OnSize(type, cx, cy);
+    if (list_.hwnd() == nullptr || !IsWindow(list_.hwnd()))
+        return;
+    MoveWindow(list_.hwnd(), 0, 0, cx - 20, cy - 140, TRUE);
+    MoveWindow(text_.hwnd(), 0, cy - 130, cx - 20, 120, TRUE);
+}
+
+LRESULT CWndSmsDownload::OnListClick(NMHDR*) {
+    const int row = list_.NextItem(-1, LVNI_FOCUSED | LVNI_SELECTED);
+    if (row >= 0)
+        text_.SetText(list_.ItemText(row, kTextColumn));
+    return 0;
+}
+
+LRESULT CWndSmsDownload::OnListRClick(NMHDR*) {
+    HMENU menu = CreatePopupMenu();
+    if (menu == nullptr)
+        return 0;
+    POINT cursor{};
+    GetCursorPos(&cursor);
+    AppendMenuW(menu, MF_STRING, kCommandDownload, Tr(1043, L"Pobierz z telefonu..."));
+    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(menu, MF_STRING, kCommandSelectAll, Tr(1044, L"Zaznacz wszystko"));
+    AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
+    AppendMenuW(menu, MF_STRING, kCommandSave, Tr(1045, L"Zapisz zaznaczone do archiwum"));
+    TrackPopupMenu(menu, TPM_LEFTALIGN | TPM_LEFTBUTTON, cursor.x, cursor.y, 0, hwnd(), nullptr);
+    DestroyMenu(menu);
+    return 0;
+}
+
+void CWndSmsDownload::StartDownload() {
+    // A count beyond any real profile store is the host's error, not an allocation to try.
+    const intptr_t total = CallService(L"SMST/Enumerate", 0, 0);
+    auto chooser = std::make_unique<CWndModemConfig>();
+    if (total > 0 && total <= kMaxProfileEntries) {
+        std::vector<SmstProfileEntry> entries(static_cast<size_t>(total));
+        for (SmstProfileEntry& entry : entries)
+            entry.size = kProfileEntrySize;
+        CallService(L"SMST/Enumerate", entries.data(), total);
+        for (const SmstProfileEntry& entry : entries) {
+            if (!IsOurTransport(entry.transportId))
+                continue;
+            chooser->AddProfile(entry.profileName != nullptr ? entry.profileName : L"",
+                                entry.profileData != nullptr ? entry.profileData : L"");
+        }
+    }
+    if (chooser->ProfileCount() == 0) {
+        MessageBoxW(hwnd(),
+                    Tr(1048,
+                       L"Aby uzyć tej funkcji musisz miec ustawiony przynajmniej jeden "
+                       L"profil dla tego transportu GSM."),
+                    Tr(1049, L"Brak profilu"), MB_OK | MB_ICONERROR);
+        return;
+    }
+    chooser->noNavigation = 1;
+    chooser->noButtonBand = 1;
+    chooser->listView = list_.hwnd();
+    chooser->groups = &groups_;
+    // Until the chooser and its last worker are gone (its destructor waits for the
+    // worker), the list and the groups are theirs.
+    busy_ = true;
+    chooser->DoModal();
+    chooser.reset();
+    busy_ = false;
+}
+
+void CWndSmsDownload::SelectAllMessages() {
+    const int count = list_.Count();
+    for (int row = 0; row < count; ++row)
+        list_.SetItemState(row, LVIS_SELECTED, LVIS_SELECTED);
+}
+
+void CWndSmsDownload::SaveSelectedToArchive() {
+    for (int row = 0; row < list_.Count(); ++row) {
+        if (!list_.IsSelected(row))
+            continue;
+        // Rows and groups are made together; a row without its group is not saved.
+        if (static_cast<size_t>(row) >= groups_.size() || groups_[row].parts.empty())
+            continue;
+        const ArchiveEntry entry =
+            ArchiveEntryOf(groups_[row], static_cast<int64_t>(std::time(nullptr)));
+        ArchiveSmsRecord record{};
+        record.size = sizeof record;
+        record.text = Wide(entry.text);
+        record.meta = Wide(entry.meta);
+        record.number = Wide(entry.number);
+        record.direction = entry.direction;
+        record.time = entry.time;
+        CallService(L"Ar/WriteSMS", &record, 0);
+    }
+    MessageBoxW(hwnd(), Tr(1046, L"Operacja ukończona"), Tr(1047, L"Zapisano"),
+                MB_OK | MB_ICONINFORMATION);
+}
+
+}  // namespace tarnik
