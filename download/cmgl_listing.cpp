@@ -62,7 +62,9 @@ void ParseCmglListing(std::string_view reply, std::vector<SmsPdu>& records,
     for (int pass = 1; pass <= kMaxListingPasses; ++pass) {
         const size_t found = reply.find(kHeader, pos);
         const bool last = found == std::string_view::npos;
-        const size_t next = last ? kNoFurtherHeader : found;
+        // The last entry runs to the end of the reply, however long: a phone with a few
+        // hundred messages answers with more than 64 KiB.
+        const size_t next = last ? reply.size() : found;
 
         std::string_view index;
         const size_t comma = reply.find(',', pos + 1);

@@ -14,8 +14,6 @@ namespace tarnik {
 // at the text before the first header: normally just the command's echo, but a phone's
 // unsolicited line that holds a colon and a PDU there is read like an entry.
 constexpr int kMaxListingPasses = 2048;
-// Stands for "no further header"; text past it is not looked at for the last entry.
-constexpr size_t kNoFurtherHeader = 65536;
 
 // Appends a record for every listed message that decodes, with its index and storage.
 void ParseCmglListing(std::string_view reply, std::vector<SmsPdu>& records,

@@ -117,14 +117,15 @@ TEST(ParseCmglListing, AtMost2047MessagesPerReply) {
     EXPECT_EQ(r.back().index, "2046");
 }
 
-TEST(ParseCmglListing, LastEntryEndsAtTheFarMark) {
-    // Without a further header the last entry is cut at position 65536.
-    std::string reply(65536 - 30, ' ');
-    reply += "+CMGL: 1,1,,23\r\n" + kDeliverTest + "\r\n";
-    EXPECT_EQ(Parse(reply).size(), 0u);
-    std::string fits(65536 - 100, ' ');
-    fits += "+CMGL: 1,1,,23\r\n" + kDeliverTest + "\r\n";
-    EXPECT_EQ(Parse(fits).size(), 1u);
+TEST(ParseCmglListing, LastEntryOfALongReplyIsKept) {
+    // A phone with a few hundred messages answers with more than 64 KiB; the last entry
+    // must not fall off the end.
+    for (size_t lead : {size_t{65536 - 100}, size_t{65536 - 30}, size_t{200000}}) {
+        SCOPED_TRACE(lead);
+        std::string reply(lead, ' ');
+        reply += "+CMGL: 1,1,,23\r\n" + kDeliverTest + "\r\n";
+        EXPECT_EQ(Parse(reply).size(), 1u);
+    }
 }
 
 }  // namespace
