@@ -325,7 +325,7 @@ const std::vector<Command>& Commands() {
          "down|up|space, menu-dump, menu-choose ID, menu-cancel, size W H, layout, menu (use "
          "the entry again). Each step acts on the dialog of this process that takes input. "
          "rows prints LIST, COLUMN and ROW lines; menu-dump MENU-POPUP and MENU-ENTRY; layout "
-         "LAYOUT and WINDOW id class rect=x,y,w,h visible. Without SCRIPT the loop runs until "
+         "LAYOUT and WINDOW id class rect=x,y,w,h visible text. Without SCRIPT the loop runs until "
          "no dialog is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",
          ArchivePageCommand},

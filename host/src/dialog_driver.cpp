@@ -486,7 +486,8 @@ void DialogDriver::Layout(HWND dialog) {
     for (HWND window : windows) {
         host_.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
                     " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
-                    " visible=" + (IsWindowVisible(window) ? "1" : "0"));
+                    " visible=" + (IsWindowVisible(window) ? "1" : "0") +
+                    " text=" + Quote(TextOf(window)));
     }
 }
 

@@ -38,7 +38,7 @@ class Host;
 //   menu-cancel           close the context menu with Esc
 //   size W H              resize the dialog to a client area of W by H pixels
 //   layout                every window of the dialog at any depth: id, class, place in
-//                         the dialog's client area, visibility
+//                         the dialog's client area, visibility, text
 //   menu                  use the plug-in's menu entry again (on the host's thread)
 class DialogDriver {
 public:
