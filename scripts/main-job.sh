@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The main job, on a fresh Debian machine: a two-part SMS with a delivery report sent to two
 # recipients through the plug-in, loaded by the test host under Wine, over the real COM link
-# library to the phone emulator. Prints the progress lines the user sees and what the phone
-# received, decoded.
+# library to the phone emulator; then the messages stored in the phone downloaded through
+# the archive page and saved into the host's archive. Prints the progress lines the user
+# sees, what the phone received, decoded, the downloaded list and the archive's records.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh all
@@ -36,10 +37,18 @@ text="Dzien dobry! To jest wiadomosc dluzsza niz 160 znakow, wiec wtyczka tnie j
 czesci po 153 znaki, kazda z naglowkiem laczenia, a telefon odbiorcy sklada je z powrotem \
 w jedna wiadomosc. Raport doreczenia przychodzi po ostatniej czesci."
 
+# After sending, the user opens "Archiwizacja SMS-ów", downloads through the profile from
+# the list's context menu, selects every row and saves them into the archive.
+page="row-rclick below; menu-choose 1000; expect Ustawienia; click 1"
+page="$page; expect Komunikacja z telefonem GSM; rows; row-rclick 0; menu-choose 1001; wait 300"
+page="$page; row-rclick 0; menu-choose 1002; expect Zapisano; ok"
+page="$page; expect Komunikacja z telefonem GSM; click 1"
+
 echo "== Sending through the plug-in (tarnik-host under Wine, COM5 -> tarnik-phone)"
 scripts/wine-run.sh build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" \
-    load add-profile Telefon "$profile" send Telefon "$text" +48601234567 600123456 unload |
-    tr -d '\r' | grep -E '^(SEND|LOAD|UNLOAD)'
+    load add-profile Telefon "$profile" send Telefon "$text" +48601234567 600123456 \
+    archive-page "$page" archive unload | tr -d '\r' >"$work/host.out"
+grep -E '^(SEND|LOAD)' "$work/host.out"
 
 echo
 echo "== What the phone received (its log)"
@@ -53,3 +62,10 @@ for line in sys.stdin:
     r = json.loads(line)
     print("to %-12s part %d/%d ref %3d report %d: %s" % (r["address"]["number"], r["concatSeq"],
           r["concatTotal"], r["concatRef"], r["firstOctet"]["statusReport"], r["text"]))'
+
+echo
+echo "== Downloaded from the phone through the archive page (the list the user sees)"
+grep -E '^(MENU-INVOKE|LIST|ROW|ARCHIVE-PAGE)' "$work/host.out" | cut -c1-200
+echo
+echo "== The host's archive after \"Zapisz zaznaczone do archiwum\""
+grep -E '^(ARCHIVE |ARCHIVE-RECORD|UNLOAD)' "$work/host.out"

@@ -191,6 +191,17 @@ def dialogue(phone, name, success, commands):
     return seconds
 
 
+def open_at_unload(phone):
+    """The host unloads the plug-in while the page is open with a downloaded list."""
+    steps = download_steps() + ["expect " + PAGE, "rows"]
+    out, errors, seconds = phone.host(bin_dir, "load", "add-profile", "Alfa",
+                                      com_profile(phone.port), "archive-page", script(*steps),
+                                      "unload", "free", "info")
+    expect("UNLOAD -> 0 bound=no" in out and "FREE module=" in out, out[-800:] + errors[-800:])
+    check_rows(rows_of(out)[-1], stored_messages.expected_rows())
+    return seconds
+
+
 MT = ['AT+CPMS="MT"']
 ALL = ['AT+CPMS="MT"', 'AT+CPMS="ME"', 'AT+CPMS="SM"']
 CASES = [
@@ -203,6 +214,7 @@ CASES = [
      lambda p: dialogue(p, "phone-stored-refuse-all.conf", True, (ALL, 0))),
     ("ERROR to AT+CMGL=4", "phone-stored-cmgl-error.conf",
      lambda p: dialogue(p, "phone-stored-cmgl-error.conf", True, (MT, 1))),
+    ("page open at unload", "phone-stored.conf", open_at_unload),
     ("no answer to AT", "phone-stored-silent.conf",
      lambda p: dialogue(p, "phone-stored-silent.conf", False, ([], 0))),
     ("disconnect while listing", "phone-stored-disconnect.conf",
