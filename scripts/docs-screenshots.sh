@@ -8,7 +8,7 @@ source scripts/wine-env.sh
 export LC_ALL=pl_PL.UTF-8
 work=$(mktemp -d)
 display=:$((100 + RANDOM % 800))
-Xvfb "$display" -screen 0 800x480x24 >/dev/null 2>&1 &
+Xvfb "$display" -screen 0 1024x768x24 >/dev/null 2>&1 &
 xvfb_pid=$!
 phone_pid=
 cleanup() {
@@ -55,7 +55,7 @@ wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" 
 host_pid=$!
 wait_for "$work/host.out" "SEND ->"
 sleep 1
-shoot send-window.png 580x336+2+30
+shoot send-window.png trim
 wait "$host_pid" || true
 
 # The settings dialog: an all-zero profile (Bluetooth, nothing chosen), then a COM profile
@@ -71,3 +71,46 @@ settings_shot() {  # $1: file, $2: record
 }
 settings_shot settings-zero-profile.png 00000000000000000000000000
 settings_shot settings-com-profile.png 02050000000000000000000100
+
+# A root image shows Wine's pop-up menus black, though the menu windows themselves hold
+# their pixels: lay each viewable unnamed window of the host over the root image.
+shoot_with_popups() {  # $1: file name in docs/
+    xwd -root -display "$display" -silent | convert xwd:- "$work/root.png"
+    for id in $(xwininfo -display "$display" -root -children |
+        awk '/tarnik-host.exe/ && /has no name/ {print $1}'); do
+        info=$(xwininfo -display "$display" -id "$id")
+        grep -q IsViewable <<<"$info" || continue
+        x=$(awk '/Absolute upper-left X/ {print $4}' <<<"$info")
+        y=$(awk '/Absolute upper-left Y/ {print $4}' <<<"$info")
+        xwd -display "$display" -id "$id" -silent | convert xwd:- "$work/popup.png"
+        convert "$work/root.png" "$work/popup.png" -geometry "+$x+$y" -composite "$work/root.png"
+    done
+    convert "$work/root.png" -trim +repage "docs/$1"
+    echo "docs/$1"
+}
+
+# The archive page: the chooser while a download runs (a phone slow enough to watch), the
+# page with the downloaded messages and a clicked one, and the list's context menu.
+kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null || true
+{ echo "byte_delay_us = 1500"; cat tests/integration/phone-stored.conf; } >"$work/slow.conf"
+build/native/phone/tarnik-phone --link "$work/phone" --config "$work/slow.conf" \
+    --log "$work/phone-slow.log" &
+phone_pid=$!
+wait_for "$work/phone-slow.log" "LINK ready"
+page="Komunikacja z telefonem GSM"
+steps="size 740 380; row-rclick below; menu-choose 1000; expect Ustawienia; click 1; wait 800"
+steps="$steps; dump; wait 1500; expect $page; row-click 0; wait 300; dump; wait 2000"
+steps="$steps; row-rclick 2; wait 500; menu-dump; wait 2000; menu-cancel; expect $page; click 1"
+wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-page")" load \
+    add-profile Telefon 02050000000000000000000100 archive-page "$steps" unload \
+    >"$work/page.out" 2>&1 &
+host_pid=$!
+wait_for "$work/page.out" '^DIALOG caption="Ustawienia"'
+shoot chooser-downloading.png trim
+wait_for "$work/page.out" "^DIALOG caption=\"$page\""
+sleep 0.5
+shoot archive-page.png trim
+wait_for "$work/page.out" "^MENU-POPUP"
+sleep 0.5
+shoot_with_popups archive-context-menu.png
+wait "$host_pid" || true

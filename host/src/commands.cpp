@@ -326,7 +326,8 @@ const std::vector<Command>& Commands() {
          "the entry again). Each step acts on the dialog of this process that takes input. "
          "rows prints LIST, COLUMN and ROW lines; menu-dump MENU-POPUP and MENU-ENTRY; layout "
          "LAYOUT and WINDOW id class rect=x,y,w,h visible text. Without SCRIPT the loop runs until "
-         "no dialog is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
+         "no dialog is shown. A step that fails ends the run at once (exit status 1). Prints "
+         "MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",
          ArchivePageCommand},
     };

@@ -143,6 +143,14 @@ bool IsButton(HWND window) {
 DialogDriver::DialogDriver(Host& host, std::wstring script, HWND menu)
     : host_(host), script_(std::move(script)), menu_(menu), thread_([this] {
           Run();
+          if (!ok_) {
+              // The windows the script left behind may hold the host's thread in a modal
+              // loop (a menu, a chooser, a box) that nobody ends: the run ends here.
+              std::fprintf(stderr, "tarnik-host: the script failed; ending the run\n");
+              std::fflush(stdout);
+              std::fflush(stderr);
+              TerminateProcess(GetCurrentProcess(), 1);
+          }
           done_ = true;
       }) {}
 

@@ -49,7 +49,8 @@ public:
     DialogDriver(const DialogDriver&) = delete;
     DialogDriver& operator=(const DialogDriver&) = delete;
 
-    // Waits for the script to end; false when a step failed (the reason went to stderr).
+    // Waits for the script to end. A step that fails ends the whole process with exit
+    // status 1 (the reason on stderr): what the script left open may block the host.
     bool Finish() {
         if (thread_.joinable())
             thread_.join();
