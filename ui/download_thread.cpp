@@ -61,6 +61,9 @@ private:
 
 void LoadGroupsIntoList(const std::vector<MessageGroup>& groups, HWND listView) {
     LockWindowUpdate(listView);
+    // The lock alone leaves Wine's list view redrawing its scroll bars on every insert,
+    // some 8 ms a row; with redrawing off, 831 rows take 24 ms instead of 7 s.
+    SendMessageW(listView, WM_SETREDRAW, FALSE, 0);
     for (const MessageGroup& group : groups) {
         const MessageListRow row = ListRowOf(group);
         LVITEMW item{};
@@ -75,7 +78,10 @@ void LoadGroupsIntoList(const std::vector<MessageGroup>& groups, HWND listView) 
         SetCell(listView, index, 2, row.date);
         SetCell(listView, index, 3, row.text);
     }
+    SendMessageW(listView, WM_SETREDRAW, TRUE, 0);
     LockWindowUpdate(nullptr);
+    RedrawWindow(listView, nullptr, nullptr,
+                 RDW_ERASE | RDW_FRAME | RDW_INVALIDATE | RDW_ALLCHILDREN);
 }
 
 DWORD WINAPI DownloadWorker(LPVOID argument) {

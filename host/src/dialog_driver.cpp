@@ -175,6 +175,10 @@ void DialogDriver::Run() {
         // Steps on the context menu or the host find their window themselves (while a menu
         // is open, the dialog that owns it may be the one that takes no input); a pause
         // needs none.
+        if (verb == L"time") {
+            host_.Print("TIME ms=" + std::to_string(GetTickCount64()));
+            continue;
+        }
         if (verb == L"wait") {
             long pause = 0;
             words >> pause;

@@ -40,6 +40,7 @@ class Host;
 //   layout                every window of the dialog at any depth: id, class, place in
 //                         the dialog's client area, visibility, text
 //   menu                  use the plug-in's menu entry again (on the host's thread)
+//   time                  print TIME ms=<milliseconds since the system started>
 class DialogDriver {
 public:
     // Starts on its own thread and waits for a dialog of this process to appear. `menu`,
