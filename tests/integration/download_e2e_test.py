@@ -18,6 +18,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 PAGE = "Komunikacja z telefonem GSM"
 CHOOSER = "Ustawienia"
 OTHER_TRANSPORT = "0F0E0D0C-0B0A-0908-0706-050403020100"
+OUR_TRANSPORT = "3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35"
 FIRST_TEXT = "Spotkanie jutro o 10:00 w biurze, sala 2."
 
 
@@ -113,6 +114,7 @@ def whole_download(phone):
     ]
     profiles = ["add-profile", "Zeta", com_profile(phone.port, kind=3),
                 "add-profile", "Obcy", com_profile(phone.port), OTHER_TRANSPORT,
+                "add-profile", "Prawie", com_profile(phone.port), OUR_TRANSPORT.lower(),
                 "add-profile", "Alfa", com_profile(phone.port)]
     started = int(time.time())
     out, errors, seconds = phone.host(bin_dir, "load", *profiles, "archive-page", script(*steps),
@@ -191,6 +193,23 @@ def dialogue(phone, name, success, commands):
     return seconds
 
 
+def no_profile(phone):
+    """Only profiles of other transports (one differs from ours in letter case alone)."""
+    steps = ["row-rclick below", "menu-choose 1000", "expect Brak profilu", "dump", "ok",
+             "expect " + PAGE, "rows", "click 1"]
+    out, errors, seconds = phone.host(
+        bin_dir, "load", "add-profile", "Obcy", com_profile(phone.port), OTHER_TRANSPORT,
+        "add-profile", "Prawie", com_profile(phone.port), OUR_TRANSPORT.lower(),
+        "archive-page", script(*steps), "unload")
+    expect("ARCHIVE-PAGE script=done" in out, errors[-1500:])
+    texts = [c["text"] for c in lines_of(out, "CONTROL")]
+    expect("Aby uzyć tej funkcji musisz miec ustawiony przynajmniej jeden profil dla tego "
+           "transportu GSM." in texts, texts)
+    expect(rows_of(out)[-1] == [] and not any(l.startswith("RX ") for l in phone.log()),
+           "nothing downloaded")
+    return seconds
+
+
 def open_at_unload(phone):
     """The host unloads the plug-in while the page is open with a downloaded list."""
     steps = download_steps() + ["expect " + PAGE, "rows"]
@@ -215,6 +234,7 @@ CASES = [
     ("ERROR to AT+CMGL=4", "phone-stored-cmgl-error.conf",
      lambda p: dialogue(p, "phone-stored-cmgl-error.conf", True, (MT, 1))),
     ("page open at unload", "phone-stored.conf", open_at_unload),
+    ("no profile of this transport", "phone-stored.conf", no_profile),
     ("no answer to AT", "phone-stored-silent.conf",
      lambda p: dialogue(p, "phone-stored-silent.conf", False, ([], 0))),
     ("disconnect while listing", "phone-stored-disconnect.conf",
