@@ -26,53 +26,10 @@ import os
 import random
 import sys
 
-# ---------------------------------------------------------------- GSM 7-bit alphabet
-
-GSM_DEFAULT = (
-    "@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞ\x1bÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?"
-    "¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿abcdefghijklmnopqrstuvwxyzäöñüà")
-assert len(GSM_DEFAULT) == 128
-GSM_EXTENSION = {"\x0c": 0x0A, "^": 0x14, "{": 0x28, "}": 0x29, "\\": 0x2F, "[": 0x3C,
-                 "~": 0x3D, "]": 0x3E, "|": 0x40, "€": 0x65}
-ESCAPE = 0x1B
-
-
-def gsm_septets(text):
-    """Septets of a text, extension characters as escape pairs; None if one has no septet."""
-    out = []
-    for ch in text:
-        if ch in GSM_EXTENSION:
-            out += [ESCAPE, GSM_EXTENSION[ch]]
-        elif ch in GSM_DEFAULT and ch != "\x1b":
-            out.append(GSM_DEFAULT.index(ch))
-        else:
-            return None
-    return out
-
-
-def pack_septets(septets, header=b""):
-    """User data and its length for 7-bit text behind an optional header (UDHL included).
-
-    The text starts on the first septet boundary after the header (fill bits between)."""
-    start = (len(header) * 8 + 6) // 7
-    udl = start + len(septets)
-    acc = int.from_bytes(header, "little")
-    for k, s in enumerate(septets):
-        acc |= s << (7 * (start + k))
-    return udl, acc.to_bytes((udl * 7 + 7) // 8, "little")
-
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests"))
+from pdu_pieces import bcd, gsm_septets, pack_septets, semi_octets  # noqa: E402
 
 # ---------------------------------------------------------------- PDU pieces
-
-
-def semi_octets(digits):
-    if len(digits) % 2:
-        digits += "F"
-    return bytes(int(digits[i + 1] + digits[i], 16) for i in range(0, len(digits), 2))
-
-
-def bcd(value):
-    return ((value % 10) << 4) | (value // 10)
 
 
 def number_field(number):

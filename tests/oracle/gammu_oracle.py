@@ -38,14 +38,12 @@ except ImportError:
 
 # ---------------------------------------------------------------- GSM 7-bit alphabet
 
-GSM_DEFAULT = (
-    "@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞ\x1bÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?"
-    "¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿abcdefghijklmnopqrstuvwxyzäöñüà")
-assert len(GSM_DEFAULT) == 128
-GSM_EXTENSION = {0x0A: "\x0c", 0x14: "^", 0x28: "{", 0x29: "}", 0x2F: "\\", 0x3C: "[",
-                 0x3D: "~", 0x3E: "]", 0x40: "|", 0x65: "€"}
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from pdu_pieces import ESCAPE, GSM_DEFAULT, bcd, pack_septets, semi_octets  # noqa: E402
+from pdu_pieces import GSM_EXTENSION as SEPTET_OF_EXTENSION  # noqa: E402
+
+GSM_EXTENSION = {septet: ch for ch, septet in SEPTET_OF_EXTENSION.items()}
 GREEK_SEPTETS = [0x10] + list(range(0x12, 0x1B))
-ESCAPE = 0x1B
 PLAIN_SEPTETS = [s for s in range(128) if s != ESCAPE and s not in GREEK_SEPTETS]
 NAME_SEPTETS = [GSM_DEFAULT.index(c) for c in
                 "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 -.&!ÄÖÜäöüé$_"]
@@ -91,29 +89,6 @@ def gsm_text_of_septets(septets):
 
 def narrow_of_displayed(text):
     return bytes(NARROW_OF_DISPLAYED.get(ch, 0x3F) for ch in text)
-
-
-def pack_septets(septets, header=b""):
-    """User data and its length for 7-bit text behind an optional header (with its UDHL)."""
-    start = (len(header) * 8 + 6) // 7  # header plus fill bits, in septets
-    udl = start + len(septets)
-    acc = int.from_bytes(header, "little")
-    for k, s in enumerate(septets):
-        acc |= s << (7 * (start + k))
-    return udl, acc.to_bytes((udl * 7 + 7) // 8, "little")
-
-
-# ---------------------------------------------------------------- PDU pieces
-
-
-def semi_octets(digits):
-    if len(digits) % 2:
-        digits += "F"
-    return bytes(int(digits[i + 1] + digits[i], 16) for i in range(0, len(digits), 2))
-
-
-def bcd(value):
-    return ((value % 10) << 4) | (value // 10)
 
 
 DAYS_IN_MONTH = [31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31]
