@@ -21,7 +21,7 @@ stage() {  # name, command...
 }
 
 portable_core_has_no_windows_h() {
-    ! grep -rlE '#\s*include\s*[<"]windows\.h[>"]' pdu download
+    ! grep -rlE '#\s*include\s*[<"]windows\.h[>"]' pdu link send download
 }
 
 native() {
@@ -44,20 +44,22 @@ fuzz() {
 }
 
 bench() {
-    local b=build/native/bench/tarnik-codec-bench
-    if [ -x "$b" ]; then
-        "$b" --benchmark_min_time=0.05
-    else
-        echo "no benchmark built"
-    fi
+    local b ran=0
+    for b in build/native/bench/tarnik-codec-bench build/native/bench/tarnik-download-bench; do
+        [ -x "$b" ] || continue
+        "$b" --benchmark_min_time=0.05 || return 1
+        ran=1
+    done
+    [ "$ran" -eq 1 ] || echo "no benchmark built"
 }
 
 main_job() {
     # The README's first command must keep working: run it, show it only when it fails.
     local log
     log=$(mktemp)
-    if scripts/main-job.sh >"$log" 2>&1 && grep -q '^SEND -> 0' "$log"; then
-        grep -E '^(SEND|== )' "$log"
+    if scripts/main-job.sh >"$log" 2>&1 && grep -q '^SEND -> 0' "$log" &&
+        grep -q '^ARCHIVE-RECORD' "$log"; then
+        grep -E '^(SEND|ARCHIVE|== )' "$log"
         rm -f "$log"
     else
         cat "$log"
