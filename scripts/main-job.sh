@@ -37,6 +37,9 @@ text="Dzien dobry! To jest wiadomosc dluzsza niz 160 znakow, wiec wtyczka tnie j
 czesci po 153 znaki, kazda z naglowkiem laczenia, a telefon odbiorcy sklada je z powrotem \
 w jedna wiadomosc. Raport doreczenia przychodzi po ostatniej czesci."
 
+# The SMS plug-in also keeps a profile of another transport, which the chooser leaves out.
+other_transport=0F0E0D0C-0B0A-0908-0706-050403020100
+
 # After sending, the user opens "Archiwizacja SMS-ów", downloads through the profile from
 # the list's context menu, selects every row and saves them into the archive.
 page="row-rclick below; menu-choose 1000; expect Ustawienia; click 1"
@@ -46,7 +49,8 @@ page="$page; expect Komunikacja z telefonem GSM; click 1"
 
 echo "== Sending through the plug-in (tarnik-host under Wine, COM5 -> tarnik-phone)"
 scripts/wine-run.sh build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" \
-    load add-profile Telefon "$profile" send Telefon "$text" +48601234567 600123456 \
+    load add-profile Telefon "$profile" add-profile Inny "$profile" "$other_transport" \
+    send Telefon "$text" +48601234567 600123456 \
     archive-page "$page" archive unload | tr -d '\r' >"$work/host.out"
 grep -E '^(SEND|LOAD)' "$work/host.out"
 
