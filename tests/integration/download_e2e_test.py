@@ -23,8 +23,12 @@ FIRST_TEXT = "Spotkanie jutro o 10:00 w biurze, sala 2."
 
 
 def config(name):
-    with open(os.path.join(HERE, name)) as f:
-        return f.read()
+    """A phone of the test: phone-stored.conf, or a variant's behaviour before its messages."""
+    text = ""
+    for part in [name, "phone-stored.conf"] if name != "phone-stored.conf" else [name]:
+        with open(os.path.join(HERE, part)) as f:
+            text += f.read() + "\n"
+    return text
 
 
 def script(*steps):
