@@ -113,8 +113,9 @@ void CWndAccessHost::OnClose() {
         MessageBeep(MB_OK);
         return;
     }
-    dlg::CDialog::OnOK();
-    DestroyWindow(hwnd());
+    dlg::CDialog::OnOK();  // for a modeless dialog this destroys the window already
+    if (hwnd() != nullptr)
+        DestroyWindow(hwnd());
     if (instanceSlot != nullptr)
         *instanceSlot = nullptr;
     delete this;
