@@ -6,7 +6,6 @@
 #include "archive_page_command.h"
 #include "configure_command.h"
 #include "host.h"
-#include "hrx/hrxutil.h"
 #include "send_window.h"
 #include "text.h"
 
@@ -173,15 +172,9 @@ bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
     return false;
 }
 
-// The record bytes behind a stored profile, decoded the way the plug-in does it.
-std::string ProfileBytes(const std::wstring& base64) {
-    char* utf8 = wtou(base64.c_str());
-    unsigned char* bytes = nullptr;
-    const size_t count = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
-    std::string hex = HexBytes(bytes, count);
-    delete[] utf8;
-    delete[] bytes;
-    return hex;
+std::string RecordHex(const StoredProfile& profile) {
+    const std::vector<uint8_t> record = Host::RecordBytes(profile);
+    return HexBytes(record.data(), record.size());
 }
 
 bool Profiles(Host& host, const CommandArgs&, std::string&) {
@@ -190,7 +183,7 @@ bool Profiles(Host& host, const CommandArgs&, std::string&) {
     for (size_t i = 0; i < profiles.size(); ++i) {
         const StoredProfile& p = profiles[i];
         host.Print("PROFILE index=" + std::to_string(i) + " name=" + Quote(p.name) +
-                   " transportId=" + Quote(p.transportId) + " bytes=" + ProfileBytes(p.base64) +
+                   " transportId=" + Quote(p.transportId) + " bytes=" + RecordHex(p) +
                    " base64=" + Quote(p.base64));
     }
     return true;

@@ -1,12 +1,11 @@
 #include "configure_command.h"
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 #include <vector>
 
 #include "dialog_driver.h"
 #include "host.h"
-#include "hrx/hrxutil.h"
 #include "text.h"
 
 namespace tarnik::host {
@@ -18,31 +17,17 @@ constexpr uint32_t kUntouched = 0xFFFFFFFF;
 
 bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
     StoredProfile* profile = nullptr;
-    for (StoredProfile& p : host.profiles()) {
-        if (p.name == args[0])
-            profile = &p;
-    }
-    if (profile == nullptr) {
-        error = "no profile named " + Utf8(args[0]);
-        return false;
-    }
     const RegisteredTransport* transport = nullptr;
-    for (const RegisteredTransport& t : host.transports) {
-        if (t.id == profile->transportId)
-            transport = &t;
-    }
-    if (transport == nullptr || transport->configure == nullptr) {
+    if (!host.FindProfile(args[0], profile, transport, error))
+        return false;
+    if (transport->configure == nullptr) {
         error = "the transport of profile " + Utf8(args[0]) + " is not registered";
         return false;
     }
 
-    char* utf8 = wtou(profile->base64.c_str());
-    unsigned char* bytes = nullptr;
-    const size_t length = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
-    delete[] utf8;
+    const std::vector<uint8_t> record = Host::RecordBytes(*profile);
     std::vector<uint8_t> buffer(kProfileBuffer, 0xEE);
-    std::memcpy(buffer.data(), bytes, length < kProfileBuffer ? length : kProfileBuffer);
-    delete[] bytes;
+    std::copy_n(record.begin(), std::min(record.size(), kProfileBuffer), buffer.begin());
 
     SmstConfigureInfo request{};
     request.size = sizeof request;

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <type_traits>
 
+#include "hrx/hrxutil.h"
 #include "services.h"
 #include "text.h"
 
@@ -354,6 +356,39 @@ bool Host::AddProfile(const StoredProfile& profile, std::string& error) {
         return false;
     }
     return true;
+}
+
+bool Host::FindProfile(const std::wstring& name, StoredProfile*& profile,
+                       const RegisteredTransport*& transport, std::string& error) {
+    profile = nullptr;
+    transport = nullptr;
+    for (StoredProfile& p : profiles()) {
+        if (p.name == name)
+            profile = &p;
+    }
+    if (profile == nullptr) {
+        error = "no profile named " + Utf8(name);
+        return false;
+    }
+    for (const RegisteredTransport& t : transports) {
+        if (t.id == profile->transportId)
+            transport = &t;
+    }
+    if (transport == nullptr) {
+        error = "the transport of profile " + Utf8(name) + " is not registered";
+        return false;
+    }
+    return true;
+}
+
+std::vector<uint8_t> Host::RecordBytes(const StoredProfile& profile) {
+    char* utf8 = wtou(profile.base64.c_str());
+    unsigned char* bytes = nullptr;
+    const size_t count = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
+    std::vector<uint8_t> record(bytes, bytes + (bytes != nullptr ? count : 0));
+    delete[] utf8;
+    delete[] bytes;
+    return record;
 }
 
 bool Host::SaveProfiles(std::string& error) {

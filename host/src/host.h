@@ -129,6 +129,12 @@ public:
     bool AddProfile(const StoredProfile& profile, std::string& error);
     // Writes the whole profile store back, after a profile was changed in place.
     bool SaveProfiles(std::string& error);
+    // The stored profile of this name and the registered transport it belongs to; false,
+    // with `error` saying which is missing, when either is not there.
+    bool FindProfile(const std::wstring& name, StoredProfile*& profile,
+                     const RegisteredTransport*& transport, std::string& error);
+    // A profile's record bytes, decoded from its Base64 text as the plug-in does it.
+    static std::vector<uint8_t> RecordBytes(const StoredProfile& profile);
 
     std::wstring DataPath(const wchar_t* relative) const;  // inside the data folder
 

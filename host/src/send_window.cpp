@@ -2,11 +2,9 @@
 
 #include <windows.h>
 
-#include <cstring>
 #include <vector>
 
 #include "host.h"
-#include "hrx/hrxutil.h"
 #include "text.h"
 
 namespace tarnik::host {
@@ -64,32 +62,15 @@ void PumpMessages() {
 }  // namespace
 
 bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
-    const StoredProfile* profile = nullptr;
-    for (const StoredProfile& p : host.profiles()) {
-        if (p.name == args[0])
-            profile = &p;
-    }
-    if (profile == nullptr) {
-        error = "no profile named " + Utf8(args[0]);
-        return false;
-    }
+    StoredProfile* profile = nullptr;
     const RegisteredTransport* transport = nullptr;
-    for (const RegisteredTransport& t : host.transports) {
-        if (t.id == profile->transportId)
-            transport = &t;
-    }
-    if (transport == nullptr || transport->send == nullptr) {
+    if (!host.FindProfile(args[0], profile, transport, error))
+        return false;
+    if (transport->send == nullptr) {
         error = "the transport of profile " + Utf8(args[0]) + " is not registered";
         return false;
     }
-
-    // The record as the SMS plug-in keeps it, decoded from its Base64 text.
-    char* utf8 = wtou(profile->base64.c_str());
-    unsigned char* bytes = nullptr;
-    const size_t length = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
-    delete[] utf8;
-    const std::vector<uint8_t> record(bytes, bytes + length);
-    delete[] bytes;
+    const std::vector<uint8_t> record = Host::RecordBytes(*profile);
 
     const std::wstring& text = args[1];
     std::vector<std::wstring> numbers(args.begin() + 2, args.end());
