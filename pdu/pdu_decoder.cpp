@@ -146,17 +146,20 @@ SmsPdu DecodePdu(std::string hex) {
 
 SmsPdu DecodeDeliver(std::string_view rest, SmsPdu record) {
     record.incoming = true;
+    // A message cut short keeps every field read before the cut: the user still sees who
+    // sent it and when, even when its text is lost.
     HexCursor cursor(rest);
     uint8_t pid = 0, dcs = 0, udl = 0;
     std::string_view scts;
     if (!ReadAddress(cursor, record.address, AlphanumericAddress::kUnpackSeptets) ||
-        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs) || !cursor.Take(kTimeStampChars, scts) ||
-        !cursor.ReadLenientOctet(udl)) {
-        record.decoded = false;  // cut before the user data
+        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs))
         return record;
-    }
     record.alphabet = AlphabetFromDcs(dcs);
+    if (!cursor.Take(kTimeStampChars, scts))
+        return record;
     record.timestamp = DecodeTimeStamp(scts);
+    if (!cursor.ReadLenientOctet(udl))
+        return record;
     if (!DecodeUserData(cursor.Rest(), record))
         record.decoded = false;
     return record;

@@ -49,11 +49,11 @@ bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alp
     uint8_t type = 0;
     if (!cursor.ReadOctet(length) || !cursor.ReadOctet(type))
         return false;
+    DecodeAddressType(type, address);
     const size_t chars = length + (length & 1u);
     std::string_view digits;
     if (!cursor.Take(chars, digits))
         return false;
-    DecodeAddressType(type, address);
     if (address.ton != kTonAlphanumeric) {
         address.number = NumberFromSemiOctets(digits);
     } else if (alphanumeric == AlphanumericAddress::kUnpackSeptets) {

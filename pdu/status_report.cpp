@@ -113,19 +113,21 @@ const char* StatusText(uint32_t status) {
 SmsPdu DecodeStatusReport(std::string_view rest, SmsPdu record) {
     record.incoming = true;
     record.alphabet = kAlphabetGsm7;
+    // A report cut short keeps what was read before the cut; the fields after it stay as a
+    // new record has them.
     HexCursor cursor(rest);
     uint8_t mr = 0, status = 0;
     std::string_view scts, dt;
-    if (!cursor.ReadOctet(mr) ||
-        !ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty) ||
-        !cursor.Take(kTimeStampChars, scts) || !cursor.Take(kTimeStampChars, dt) ||
-        !cursor.ReadOctet(status)) {
-        record.decoded = false;  // cut before TP-Status
-        return record;
+    if (cursor.ReadOctet(mr) &&
+        ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty) &&
+        cursor.Take(kTimeStampChars, scts)) {
+        record.timestamp = DecodeTimeStamp(scts);
+        if (cursor.Take(kTimeStampChars, dt)) {
+            record.doneTime = TimeStampText(dt);
+            if (cursor.ReadOctet(status))
+                record.status = status;
+        }
     }
-    record.timestamp = DecodeTimeStamp(scts);
-    record.status = status;
-    record.doneTime = TimeStampText(dt);
     record.sentTime = record.timestamp.text;
 
     char reference[16];
@@ -133,7 +135,7 @@ SmsPdu DecodeStatusReport(std::string_view rest, SmsPdu record) {
     std::string& text = record.text;
     text.clear();
     text.append(kReportTitle).append(reference).append("\r\n");
-    text.append("Stan: ").append(StatusText(status)).append("\r\n").append("\r\n");
+    text.append("Stan: ").append(StatusText(record.status)).append("\r\n").append("\r\n");
     text.append(kSentLabel).append(record.sentTime).append("\r\n");
     text.append(kDoneLabel).append(record.doneTime).append("\r\n");
     return record;

@@ -248,35 +248,63 @@ TEST(DecodePdu, SubmitStoredInThePhone) {
     }
 }
 
-// Input from the network: every cut of a valid PDU is read safely, and a record cut
-// before its user data is not offered as decoded.
-TEST(DecodePdu, EveryTruncationIsSafe) {
+// Input from the network: every cut of a valid PDU is read safely, a DELIVER or a report is
+// decoded as soon as its type is known, and each field is the full PDU's once the cut lies
+// past it, empty before.
+TEST(DecodePdu, EveryTruncationKeepsWhatWasRead) {
     const struct {
         std::string pdu;
-        size_t userDataStart;  // characters before the user data
+        size_t typeEnd, addressEnd, stampEnd;  // characters up to the end of each field
     } cases[] = {
-        {kDeliverTest, 40},
-        {"07918406214365F7" + kDeliverTest.substr(2), 54},
-        {Deliver7Bit("Hello", 7, 2, 1), 40},
-        {"0006070B918406214365F7421051714354804210517153208000", 52},
+        {kDeliverTest, 4, 20, 38},
+        {"07918406214365F7" + kDeliverTest.substr(2), 18, 34, 52},
+        {Deliver7Bit("Hello", 7, 2, 1), 4, 20, 38},
+        {"0006070B918406214365F7421051714354804210517153208046", 4, 22, 36},
     };
     for (const auto& c : cases) {
+        const SmsPdu full = DecodePdu(c.pdu);
         for (size_t n = 0; n <= c.pdu.size(); ++n) {
+            SCOPED_TRACE(c.pdu.substr(0, n));
             const SmsPdu r = DecodePdu(c.pdu.substr(0, n));
-            EXPECT_EQ(r.decoded, n >= c.userDataStart) << c.pdu << " cut to " << n;
+            EXPECT_EQ(r.decoded, n >= c.typeEnd);
+            EXPECT_EQ(r.address.number, n >= c.addressEnd ? full.address.number : "");
+            EXPECT_EQ(r.timestamp.text, n >= c.stampEnd ? full.timestamp.text : "");
+            EXPECT_EQ(r.timestamp.time, n >= c.stampEnd ? full.timestamp.time : 0);
+            EXPECT_EQ(r.status, n == c.pdu.size() ? full.status : 0u);
         }
     }
 }
 
+// Stored messages cut short as phones keep them: shown with what was read.
+TEST(DecodePdu, CutShortMessagesKeepTheirFields) {
+    const SmsPdu deliver = DecodePdu("00040B918406214365F7000042105171435480");
+    EXPECT_TRUE(deliver.decoded);
+    EXPECT_TRUE(deliver.incoming);
+    EXPECT_EQ(deliver.address.number, "48601234567");
+    EXPECT_EQ(deliver.timestamp.text, "2024-01-15 17:34:45");
+    EXPECT_NE(deliver.timestamp.time, 0);
+    EXPECT_EQ(deliver.text, "");
+
+    const SmsPdu report = DecodePdu("0006070B918406214365F74210517143548042105171532080");
+    EXPECT_TRUE(report.decoded);
+    EXPECT_EQ(report.address.number, "48601234567");
+    EXPECT_EQ(report.sentTime, "2024-01-15 17:34:45");
+    EXPECT_EQ(report.doneTime, "2024-01-15 17:35:02");
+    EXPECT_EQ(report.status, 0u);
+}
+
 TEST(DecodePdu, GarbageIsNotATrap) {
-    const char* inputs[] = {"",           "0",    "zz",
-                            "00",         "0004", "FF",
-                            "00FF",       "0003", "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF",
-                            "00 04 0B 91"};
-    for (const char* input : inputs) {
-        const SmsPdu r = DecodePdu(input);
-        EXPECT_FALSE(r.decoded) << input;
-    }
+    const struct {
+        const char* input;
+        bool decoded;  // a DELIVER's type octet was read
+    } cases[] = {
+        {"", false},           {"0", false},    {"zz", false},
+        {"00", false},         {"0004", true},  {"FF", false},
+        {"00FF", false},       {"0003", false}, {"\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", false},
+        {"00 04 0B 91", true},  // " 0" reads as the octet 0, a DELIVER
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(DecodePdu(c.input).decoded, c.decoded) << c.input;
     // Lower-case hex is read with the strict digits: still one defined record.
     const SmsPdu lower = DecodePdu("00040b918406214365f700004210517143548004d4f29c0e");
     EXPECT_EQ(lower.firstOctet.mti, 0u);

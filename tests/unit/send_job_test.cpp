@@ -290,7 +290,7 @@ TEST(ReportWait, Branches) {
          4000},
         {"undecodable report",
          {"AT+CNMI=2,0,0,1,0"},
-         "\r\n+CDS: 3\r\n00060700\r\n",
+         "\r\n+CDS: 3\r\n03\r\n",  // "00" in front: a reserved message type
          {},
          {u"Oczekuję na raport... błąd dekodera"},
          4000},
