@@ -8,45 +8,49 @@
 namespace tarnik {
 
 int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex) {
-    const size_t fill = headerOctets > 0 ? HeaderSeptets(headerOctets) : 0;
-    uint8_t septets[kMaxSeptets + 1];
-    size_t count = fill;
-    for (size_t i = 0; i < fill && i < kMaxSeptets; ++i)
-        septets[i] = 0;
-
+    // The header's septets are zero and not stored, and a header longer than the whole
+    // user data fills it: no argument can run past the array or grow the output.
+    const size_t fill = headerOctets == 0                    ? 0
+                        : headerOctets >= kMaxUserDataOctets ? size_t{kMaxSeptets}
+                                                             : HeaderSeptets(headerOctets);
+    const size_t room = kMaxSeptets - fill;
+    uint8_t septets[kMaxSeptets];
+    size_t written = 0;
     for (const char c : text) {
-        if (count >= kMaxSeptets)
+        if (written >= room)
             break;
         const auto byte = static_cast<uint8_t>(c);
         const uint8_t ext = ExtensionSeptetFromByte(byte);
         if (ext != 0) {
             // A TP-UDL of 161 would make the service centre reject the whole part.
-            if (count + 2 > kMaxSeptets)
+            if (written + 2 > room)
                 break;
-            septets[count++] = kGsmEscape;
-            septets[count++] = ext;
+            septets[written++] = kGsmEscape;
+            septets[written++] = ext;
         } else {
-            septets[count++] = SeptetFromByte(byte);
+            septets[written++] = SeptetFromByte(byte);
         }
     }
+    const size_t count = fill + written;
 
     const size_t octets = (count * 7 + 7) / 8;
     hex.clear();
     hex.reserve(octets * 2);
     uint32_t acc = 0;
     int bits = 0;
-    size_t written = 0;
+    size_t emitted = 0;
     for (size_t k = 0; k < count; ++k) {
-        acc |= static_cast<uint32_t>(septets[k] & 0x7F) << bits;
+        const uint8_t septet = k < fill ? 0 : septets[k - fill];
+        acc |= static_cast<uint32_t>(septet & 0x7F) << bits;
         bits += 7;
         while (bits >= 8) {
             AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
             acc >>= 8;
             bits -= 8;
-            ++written;
+            ++emitted;
         }
     }
-    if (written < octets)
+    if (emitted < octets)
         AppendHexOctet(hex, static_cast<uint8_t>(acc & 0xFF));
     return static_cast<int>(count);
 }

@@ -10,6 +10,7 @@ namespace tarnik {
 
 // Septets that the packer never exceeds (TS 23.040 9.2.3.16: 140 octets of user data).
 constexpr int kMaxSeptets = 160;
+constexpr size_t kMaxUserDataOctets = 140;
 
 // Septets taken by a user data header of h octets, its length octet included,
 // fill bits rounded up (TS 23.040 9.2.3.24): ceil(8h / 7).
@@ -21,7 +22,8 @@ constexpr size_t HeaderSeptets(size_t headerOctets) {
 // returns the TP-User-Data-Length in septets, header septets included. `hex` receives
 // the packed user data with the header octets left zero for the caller to replace.
 // Bytes outside both tables go out as spaces; packing stops at 160 septets, and an
-// escaped character that would not fit whole is left out.
+// escaped character that would not fit whole is left out. A header of 140 octets or
+// more takes all 160 septets.
 int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex);
 
 // Unpacks hexadecimal user data into narrow text, skipping the header septets. The

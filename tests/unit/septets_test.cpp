@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <random>
 #include <string>
 
@@ -49,6 +51,17 @@ TEST(PackSeptets, StopsAt160SeptetsWithoutSplittingAnEscape) {
     // 159 septets, then a brace that needs two: it is left out whole.
     EXPECT_EQ(PackSeptets(std::string(159, 'a') + "{", 0, hex), 159);
     EXPECT_EQ(PackSeptets(std::string(158, 'a') + "{", 0, hex), 160);
+}
+
+// The encoder passes 6 header octets, but every header length stays inside the user data.
+TEST(PackSeptets, AnyHeaderLengthStaysInside) {
+    for (const size_t header : {size_t{139}, size_t{140}, size_t{141}, size_t{200}, SIZE_MAX}) {
+        std::string hex;
+        EXPECT_EQ(PackSeptets(std::string(160, 'a'), header, hex), 160) << header;
+        EXPECT_EQ(hex.size(), 2u * 140) << header;
+        const size_t zeros = 2 * std::min<size_t>(header, 139);
+        EXPECT_EQ(hex.substr(0, zeros), std::string(zeros, '0')) << header;
+    }
 }
 
 struct UnpackCase {
