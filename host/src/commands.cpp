@@ -120,13 +120,37 @@ bool Load(Host& host, const CommandArgs&, std::string& error) {
     return true;
 }
 
+struct ModuleWindows {
+    HMODULE module;
+    int count = 0;
+};
+
+// Windows of this process made from the plug-in's templates: after pluginUnload none may
+// be left, since the code behind them goes with the module.
+int WindowsOf(HMODULE module) {
+    ModuleWindows search{module};
+    EnumWindows(
+        [](HWND window, LPARAM l) {
+            auto* s = reinterpret_cast<ModuleWindows*>(l);
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            if (process == GetCurrentProcessId() &&
+                reinterpret_cast<HMODULE>(GetWindowLongPtrW(window, GWLP_HINSTANCE)) == s->module)
+                ++s->count;
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.count;
+}
+
 bool Unload(Host& host, const CommandArgs&, std::string& error) {
     const auto unload = Export<PluginUnloadFn>(host, "pluginUnload", error);
     if (unload == nullptr) {
         return false;
     }
     const int result = unload();
-    host.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host));
+    host.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host) +
+               " windows=" + std::to_string(WindowsOf(host.plugin())));
     return true;
 }
 
@@ -258,7 +282,10 @@ const std::vector<Command>& Commands() {
          "Call pluginLoad(0, table). Prints LOAD -> <result> bound=yes|no|inconsistent "
          "(whether hrxcore.mdl now holds this host's table).",
          Load},
-        {"unload", "", 0, 0, "Call pluginUnload(). Prints UNLOAD -> <result> bound=...", Unload},
+        {"unload", "", 0, 0,
+         "Call pluginUnload(). Prints UNLOAD -> <result> bound=... windows=<the plug-in's "
+         "windows still there>",
+         Unload},
         {"transports", "", 0, 0,
          "Registered transports: TRANSPORTS count=N, then TRANSPORT id name number10 "
          "maxSingleText number50 send configure.",
@@ -315,11 +342,13 @@ const std::vector<Command>& Commands() {
          "menu does, then run the host's message loop while SCRIPT plays the user on the "
          "windows that open: the steps of configure, and expect CAPTION, wait-text ID TEXT, "
          "rows, select-rows I,J,..., row-click I|below, row-rclick I|below, key ID "
-         "down|up|space, menu-dump, menu-choose ID, menu-cancel, size W H, layout, menu (use "
+         "down|up|space, menu-dump, menu-choose ID, menu-cancel, size W H (the client size), "
+         "grow DX DY (the client size changed by so many pixels), layout, menu (use "
          "the entry again), time (prints TIME ms=N, for measuring). Each step acts on the dialog "
          "of this process that takes input. "
          "rows prints LIST, COLUMN and ROW lines; menu-dump MENU-POPUP and MENU-ENTRY; layout "
-         "LAYOUT and WINDOW id class rect=x,y,w,h visible text. Without SCRIPT the loop runs until "
+         "LAYOUT client=w,h units=x,y (dialog base units) and WINDOW id class rect=x,y,w,h visible "
+         "text. Without SCRIPT the loop runs until "
          "no dialog is shown. A step that fails ends the run at once (exit status 1). Prints "
          "MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",

@@ -249,10 +249,18 @@ bool DialogDriver::Step(HWND dialog, const std::wstring& step) {
         Layout(dialog);
         return true;
     }
-    if (verb == L"size") {
+    if (verb == L"size" || verb == L"grow") {
+        // grow is by so many pixels from the client size now: the first size follows the
+        // fonts and settings Wine finds, so a test states only the change.
         long width = 0, height = 0;
         if (!(in >> width >> height))
             return false;
+        if (verb == L"grow") {
+            RECT client;
+            GetClientRect(dialog, &client);
+            width += client.right;
+            height += client.bottom;
+        }
         RECT frame{0, 0, width, height};
         AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(dialog, GWL_STYLE)), FALSE,
                            static_cast<DWORD>(GetWindowLongW(dialog, GWL_EXSTYLE)));
@@ -485,8 +493,13 @@ bool DialogDriver::MenuStep(const std::wstring& verb, std::wistream& in) {
 void DialogDriver::Layout(HWND dialog) {
     RECT client;
     GetClientRect(dialog, &client);
+    // The dialog base units: 4 by 8 dialog units in pixels, what the template's sizes
+    // become with this machine's fonts.
+    RECT units{0, 0, 4, 8};
+    MapDialogRect(dialog, &units);
     host_.Print("LAYOUT caption=" + Quote(TextOf(dialog)) +
-                " client=" + std::to_string(client.right) + "," + std::to_string(client.bottom));
+                " client=" + std::to_string(client.right) + "," + std::to_string(client.bottom) +
+                " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
     std::vector<HWND> windows;
     EnumChildWindows(
         dialog,

@@ -168,7 +168,7 @@ def session(wine, host, plugin, work):
         "CALL HRX/Settings/Write handle=1 second=0 -> 0 bytes=0",
         "CALL HRX/Settings/Destroy handle=1 instance={MODULE} -> 0",
         f'CALL SMST/Unregister transportId="{TRANSPORT}" second=0 -> 0',
-        "UNLOAD -> 0 bound=no",
+        "UNLOAD -> 0 bound=no windows=0",
         "TRANSPORTS count=0",
         "MENU count=1",
         "FREE module={MODULE} droppedMenuItems=1 droppedTransports=0",
@@ -208,7 +208,7 @@ def session_without_sms(wine, host, plugin, work, first_output):
         "LOG count=6",
         "PROFILES count=3",
         "MISSING SMST/Unregister first={ADDR} second=0x0 -> 0",
-        "UNLOAD -> 0 bound=no",
+        "UNLOAD -> 0 bound=no windows=0",
     ], "no-sms session")
     # What was written in the first run reads back the same.
     for prefix in ("ARCHIVE-RECORD ", "PROFILE ", "LOG-ENTRY index=0 ", "LOG-ENTRY index=3 "):

@@ -53,17 +53,24 @@ def rows_of(out):
 
 
 def windows_of(out):
-    """Each `layout` step of the output: client size and {id: (rect, text)} of its windows."""
+    """Each `layout` step of the output: client size, dialog base units and
+    {id: (rect, text)} of its windows."""
     blocks = []
     for line in out.splitlines():
         if line.startswith("LAYOUT "):
-            client = tuple(int(v) for v in lines_of(line, "LAYOUT")[0]["client"].split(","))
-            blocks.append((client, {}))
+            layout = lines_of(line, "LAYOUT")[0]
+            blocks.append(tuple(tuple(int(v) for v in layout[k].split(","))
+                                for k in ("client", "units")) + ({},))
         elif line.startswith("WINDOW ") and blocks:
             w = lines_of(line, "WINDOW")[0]
-            blocks[-1][1].setdefault(int(w["id"]), (tuple(int(v) for v in w["rect"].split(",")),
+            blocks[-1][2].setdefault(int(w["id"]), (tuple(int(v) for v in w["rect"].split(",")),
                                                     w["text"]))
     return blocks
+
+
+def dialog_units(units, x, y):
+    """Dialog units in pixels as Windows maps them (MulDiv rounds halves away from 0)."""
+    return (x * units[0] * 2 + 4) // 8, (y * units[1] * 2 + 8) // 16
 
 
 def check_rows(shown, expected):
@@ -102,8 +109,8 @@ def whole_download(phone):
         "row-rclick below", "menu-choose 1000", "expect " + CHOOSER, "dump", "select 2008 1",
         "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump", "select 2008 0", "click 1",
         "expect " + PAGE, "rows",
-        # The resize rules, 100 pixels taller.
-        "size 474 460", "layout", "size 900 700",
+        # The resize rules, 100 pixels taller; then room below the rows for a click there.
+        "grow 0 100", "layout", "grow 300 200",
         # Only a click on a row shows its text.
         "row-click 0", "wait-text 2011 " + FIRST_TEXT, "row-click below", "wait 500",
         "key 2007 down", "wait 500", "layout",
@@ -151,10 +158,13 @@ def whole_download(phone):
     expect(shown[2] == [], "a fresh page after Zamknij has an empty list")
     expect(len(lines_of(out, "MENU-INVOKE")) == 4, "four uses of the menu entry")
 
+    # Pixels follow the fonts Wine finds: the page's first size is its template's 316 x 240
+    # dialog units in this machine's base units, and the rules are stated as changes.
     layouts = windows_of(out)
-    (w0, h0), before = layouts[0]
-    (w1, h1), after = layouts[1]
-    expect((w1, h1) == (w0, h0 + 100), (layouts[0][0], layouts[1][0]))
+    (w0, h0), units, before = layouts[0]
+    (w1, h1), _, after = layouts[1]
+    expect((w0, h0) == dialog_units(units, 316, 240), ((w0, h0), units))
+    expect((w1, h1) == (w0, h0 + 100), ((w0, h0), (w1, h1)))
     list0, list1 = before[2007][0], after[2007][0]
     text0, text1 = before[2011][0], after[2011][0]
     expect(list1[3] == list0[3] + 100 and list1[:3] == list0[:3], (list0, list1))
@@ -163,7 +173,7 @@ def whole_download(phone):
     expect(text1[1] - list1[1] == list1[3] + 10, "the text box 10 pixels below the list")
     close, page = after[1][0], after[0][0]  # id 0: the download page, the first child
     expect(close == (page[0], h1 - 39, 80, 26), (close, page))
-    expect(layouts[2][1][2011][1] == FIRST_TEXT, "the text box keeps the clicked row's text")
+    expect(layouts[2][2][2011][1] == FIRST_TEXT, "the text box keeps the clicked row's text")
 
     records = lines_of(out, "ARCHIVE-RECORD")
     wanted = [r["archive"] for r in expected] + [expected[0]["archive"]]
@@ -215,12 +225,14 @@ def no_profile(phone):
 
 
 def open_at_unload(phone):
-    """The host unloads the plug-in while the page is open with a downloaded list."""
+    """The host unloads the plug-in while the page is open with a downloaded list: the
+    page's window must be gone, since its code leaves with the module."""
     steps = download_steps() + ["expect " + PAGE, "rows"]
     out, errors, seconds = phone.host(bin_dir, "load", "add-profile", "Alfa",
                                       com_profile(phone.port), "archive-page", script(*steps),
                                       "unload", "free", "info")
-    expect("UNLOAD -> 0 bound=no" in out and "FREE module=" in out, out[-800:] + errors[-800:])
+    expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
+           out[-800:] + errors[-800:])
     check_rows(rows_of(out)[-1], stored_messages.expected_rows())
     return seconds
 
