@@ -83,13 +83,24 @@ BOOL CDialog::OnInitDialog() {
 
 void CDialog::DoDataExchange(DataExchange&) {}
 
+// A child dialog is a page of its parent and ends with it: Enter and Esc in its controls
+// (a read-only multi-line edit turns Esc into WM_CLOSE, the dialog that into IDCANCEL)
+// must not destroy it under the parent's feet.
+bool CDialog::IsChildPage() const {
+    return !modal_ && (GetWindowLongPtrW(hwnd_, GWL_STYLE) & WS_CHILD) != 0;
+}
+
 void CDialog::OnOK() {
+    if (IsChildPage())
+        return;
     if (!UpdateData(true))
         return;  // stays open on the control that failed
     EndDialog(IDOK);
 }
 
 void CDialog::OnCancel() {
+    if (IsChildPage())
+        return;
     EndDialog(IDCANCEL);
 }
 
@@ -146,7 +157,16 @@ INT_PTR CALLBACK CDialog::DialogProc(HWND hwnd, UINT message, WPARAM w, LPARAM l
     }
     if (self == nullptr)
         return FALSE;
-    return self->Handle(message, w, l);
+    // Called from the host's message loop: an exception must not unwind into it. A dialog
+    // whose initialisation failed is half built and goes; any other message counts as
+    // not handled.
+    try {
+        return self->Handle(message, w, l);
+    } catch (...) {
+        if (message == WM_INITDIALOG)
+            self->EndDialog(IDCANCEL);
+        return FALSE;
+    }
 }
 
 namespace {

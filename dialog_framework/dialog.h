@@ -50,6 +50,8 @@ public:
 
     HWND hwnd() const { return hwnd_; }
     bool IsModal() const { return modal_; }
+    // Created with Create() as a WS_CHILD window: OK and Cancel leave it as it is.
+    bool IsChildPage() const;
     // Loads the controls from the members (false) or saves them into the members (true).
     bool UpdateData(bool save);
 
@@ -62,9 +64,11 @@ protected:
     // WM_COMMAND: the message map's command entries, then OK and Cancel. TRUE when handled;
     // a dialog that overrides it passes what it does not take on to this one.
     virtual BOOL OnCommand(WPARAM w, LPARAM l);
-    // The framework's OK: saves the data, then ends the dialog with IDOK.
+    // The framework's OK: saves the data, then ends the dialog with IDOK; a child page is
+    // left as it is.
     virtual void OnOK();
-    // Cancel, Esc and the close box: ends the dialog with IDCANCEL.
+    // Cancel, Esc and the close box: ends the dialog with IDCANCEL; a child page is left
+    // as it is.
     virtual void OnCancel();
     // The window is going away; the object may be deleted here by classes that own it.
     virtual void OnNcDestroy() {}

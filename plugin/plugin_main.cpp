@@ -6,8 +6,8 @@
 
 #include <memory>
 
-#include "dialog_framework/module_state.h"
 #include "hrx/hrxcore.h"
+#include "plugin/host_entry.h"
 #include "plugin/host_records.h"
 #include "plugin/host_services.h"
 #include "plugin/plugin_state.h"
@@ -78,12 +78,14 @@ void CTarnikApp::ExitInstance() {
 
 using namespace tarnik;
 
-extern "C" __declspec(dllexport) const PluginInfo* queryPlugInfo() {
+// Only hands out a constant: nothing here can throw or needs the module current.
+extern "C" __declspec(dllexport) const PluginInfo* queryPlugInfo() noexcept {
     return &kPluginInfo;
 }
 
-extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* functions) {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
+namespace {
+
+void Load(HRXFUNCTIONS* functions) {
     libHrxInit(functions);
 
     // The start-up notice is the one call made through the table handed in.
@@ -138,11 +140,9 @@ extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* function
     item.callback = ShowArchivePage;
     item.instance = theApp.instance();
     CallService(L"HRX/Menu/Add", &item);
-    return 0;
 }
 
-extern "C" __declspec(dllexport) int pluginUnload() {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
+void Unload() {
     CallService(L"HRX/Settings/Write", settingsHandle);
     CallService(L"HRX/Settings/Destroy", settingsHandle,
                 reinterpret_cast<intptr_t>(theApp.instance()));
@@ -154,7 +154,23 @@ extern "C" __declspec(dllexport) int pluginUnload() {
         archivePage = nullptr;
     }
     libHrxTerminate();
-    return 0;
+}
+
+}  // namespace
+
+// Start-up and shutdown never fail towards the host: 0 in every case.
+extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* functions) {
+    return HostEntry(0, [&] {
+        Load(functions);
+        return 0;
+    });
+}
+
+extern "C" __declspec(dllexport) int pluginUnload() {
+    return HostEntry(0, [] {
+        Unload();
+        return 0;
+    });
 }
 
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {

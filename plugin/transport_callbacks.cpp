@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "dialog_framework/module_state.h"
 #include "hrx/hrxutil.h"
 #include "plugin/gsm_profile.h"
+#include "plugin/host_entry.h"
 #include "plugin/host_translator.h"
 #include "plugin/plugin_state.h"
 #include "send/send_job.h"
@@ -27,10 +27,7 @@ std::string HostNarrow(const std::u16string& text) {
     return narrow ? std::string(narrow.get()) : std::string();
 }
 
-}  // namespace
-
-intptr_t TransportSend(SmstSendInfo* request) {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
+intptr_t Send(SmstSendInfo* request) {
     GsmProfile profile{};
     if (request == nullptr ||
         !ProfileFromBytes(request->profileData, request->profileLength, profile)) {
@@ -49,6 +46,12 @@ intptr_t TransportSend(SmstSendInfo* request) {
     }
     return RunSendJob(profile, Wide(request->messageText), recipients, request->recipientState,
                       env);
+}
+
+}  // namespace
+
+intptr_t TransportSend(SmstSendInfo* request) {
+    return HostEntry<intptr_t>(kSendUnusableRequest, [&] { return Send(request); });
 }
 
 }  // namespace tarnik

@@ -1,6 +1,6 @@
 #include "ui/archive_page.h"
 
-#include "dialog_framework/module_state.h"
+#include "plugin/host_entry.h"
 #include "plugin/host_services.h"
 #include "plugin/plugin_state.h"
 #include "res/resource_ids.h"
@@ -132,16 +132,18 @@ LRESULT CWndAccessHost::OnDestroyPages(WPARAM, LPARAM) {
     return 0;
 }
 
+// 0 in every case: the host does not look at the menu callback's result.
 intptr_t ShowArchivePage(intptr_t, intptr_t) {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
-    if (archivePage == nullptr) {
-        archivePage = new CWndAccessHost();
-        archivePage->instanceSlot = &archivePage;
-    }
-    if (archivePage->hwnd() == nullptr)
-        archivePage->Create(GetDesktopWindow());
-    ShowWindow(archivePage->hwnd(), SW_SHOW);
-    return 0;
+    return HostEntry<intptr_t>(0, [] {
+        if (archivePage == nullptr) {
+            archivePage = new CWndAccessHost();
+            archivePage->instanceSlot = &archivePage;
+        }
+        if (archivePage->hwnd() == nullptr)
+            archivePage->Create(GetDesktopWindow());
+        ShowWindow(archivePage->hwnd(), SW_SHOW);
+        return intptr_t{0};
+    });
 }
 
 }  // namespace tarnik

@@ -140,7 +140,8 @@ LRESULT CWndSmsDownload::OnListRClick(NMHDR*) {
 
 void CWndSmsDownload::StartDownload() {
     // A count beyond any real profile store is the host's error, not an allocation to try.
-    const intptr_t total = CallService(L"SMST/Enumerate", 0, 0);
+    // The count is a 32-bit int: only the low half of the result is defined.
+    const auto total = static_cast<int32_t>(CallService(L"SMST/Enumerate", 0, 0));
     auto chooser = std::make_unique<CWndModemConfig>();
     if (total > 0 && total <= kMaxProfileEntries) {
         std::vector<SmstProfileEntry> entries(static_cast<size_t>(total));

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "dialog_framework/module_state.h"
 #include "link/link_cores.h"
+#include "plugin/host_entry.h"
 #include "plugin/host_services.h"
 #include "plugin/host_translator.h"
 #include "plugin/plugin_state.h"
@@ -18,6 +18,7 @@ namespace {
 
 constexpr uint32_t kMaxBluetoothDevices = 10;
 constexpr uint32_t kPortRangeEnd = 16;
+constexpr uint32_t kMaxProfilePort = 255;
 
 std::wstring PortItemText(const std::wstring& name, uint32_t number) {
     const std::u16string text = FormatText(
@@ -93,6 +94,9 @@ BOOL CWndGsmConfig::OnInitDialog() {
 }
 
 void CWndGsmConfig::AddPort(const std::wstring& name, uint32_t number) {
+    // The profile keeps the port in one byte: COM300 would be saved as COM44.
+    if (number > kMaxProfilePort)
+        return;
     const int index = portList_.AddString(PortItemText(name, number));
     if (index >= 0)
         portList_.SetItemData(index, number);
@@ -149,17 +153,19 @@ void CWndGsmConfig::OnOkClicked() {
     dlg::CDialog::OnOK();
 }
 
+// 0 in every case: the SMS plug-in learns of a change from the written length.
 intptr_t TransportConfigure(SmstConfigureInfo* request) {
-    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
-    if (request == nullptr)
-        return 0;
-    CWndGsmConfig dialog;
-    ProfileFromBytes(request->profileData, kGsmProfileSize, dialog.profile);
-    if (dialog.DoModal() == IDOK) {
-        ProfileToBytes(dialog.profile, request->profileData);
-        request->writtenLength = kGsmProfileSize;
-    }
-    return 0;
+    return HostEntry<intptr_t>(0, [&] {
+        if (request == nullptr)
+            return intptr_t{0};
+        CWndGsmConfig dialog;
+        ProfileFromBytes(request->profileData, kGsmProfileSize, dialog.profile);
+        if (dialog.DoModal() == IDOK) {
+            ProfileToBytes(dialog.profile, request->profileData);
+            request->writtenLength = kGsmProfileSize;
+        }
+        return intptr_t{0};
+    });
 }
 
 }  // namespace tarnik

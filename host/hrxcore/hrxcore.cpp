@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <map>
+#include <new>
 #include <string>
 
 namespace hrx {
@@ -113,6 +114,14 @@ std::wstring Key(const wchar_t* module, uint32_t id) {
     return std::wstring(module) + L"." + std::to_wstring(id);
 }
 
+// A translation "!bad_alloc" throws instead, as a host out of memory would: it shows that
+// what a plug-in's call into the host throws stays inside the plug-in.
+void ThrowIfAsked(const std::wstring& key) {
+    const std::wstring* text = Find(key);
+    if (text != nullptr && *text == L"!bad_alloc")
+        throw std::bad_alloc();
+}
+
 struct ChildTranslation {
     HWND dialog;
     std::wstring prefix;  // "Module.Id."
@@ -138,6 +147,7 @@ const wchar_t* CTranslation::msg(const wchar_t* module, uint32_t id, const wchar
     if (module == nullptr) {
         return defaultText;
     }
+    ThrowIfAsked(Key(module, id));
     const std::wstring* text = Find(Key(module, id));
     return text != nullptr ? text->c_str() : defaultText;
 }
@@ -147,6 +157,7 @@ void CTranslation::translateHwnd(const wchar_t* module, uint32_t id, HWND__* win
         return;
     }
     const std::wstring key = Key(module, id);
+    ThrowIfAsked(key);
     if (const std::wstring* caption = Find(key)) {
         SetWindowTextW(window, caption->c_str());
     }

@@ -306,7 +306,11 @@ intptr_t SmstEnumerate(ServiceCall& call) {
     const std::vector<StoredProfile>& profiles = call.host.profiles();
     if (call.first == 0) {
         call.args += " entries=null second=" + Number(call.second);
-        return static_cast<int32_t>(profiles.size());
+        // The SMS plug-in's count is a 32-bit int; the upper half of the pointer-sized
+        // result is whatever its register held, so a caller must not read it.
+        constexpr uint64_t kUndefinedUpperHalf = 0xCCCCCCCC00000000ull;
+        return static_cast<intptr_t>(kUndefinedUpperHalf |
+                                     static_cast<uint32_t>(profiles.size()));
     }
     auto* entries = reinterpret_cast<SmstProfileEntry*>(call.first);
     const intptr_t count = call.second;
@@ -411,7 +415,8 @@ const ServiceDef kServices[] = {
      "replaced). -> 0"},
     {L"SMST/Unregister", true, SmstUnregister, "transport id, 0: forgets it. -> 0"},
     {L"SMST/Enumerate", true, SmstEnumerate,
-     "null, 0: -> the number of stored profiles of every transport. SmstProfileEntry array, "
+     "null, 0: -> the number of stored profiles of every transport, a 32-bit int in the low "
+     "half of the result (the upper half undefined). SmstProfileEntry array, "
      "count: fills at most count entries (size 32 each, left as set) with texts that stay "
      "valid until the next such call. -> the number filled"},
     {L"Ar/WriteSMS", false, ArWriteSms,

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,7 @@ public:
     int checked = 1;
     std::wstring text = L"zażółć";
     void (*script)(TestDialog&) = nullptr;
+    bool throwing = false;  // the init and the button's handler throw
     dlg::ComboBox combo;
     dlg::ListBox list;
 
@@ -30,7 +33,10 @@ protected:
     BOOL OnInitDialog() override {
         dlg::CDialog::OnInitDialog();
         calls.push_back("init");
-        if (script != nullptr) script(*this);
+        if (throwing && script == nullptr)
+            throw std::bad_alloc();
+        if (script != nullptr)
+            script(*this);
         return TRUE;
     }
     void DoDataExchange(dlg::DataExchange& dx) override {
@@ -52,7 +58,11 @@ protected:
     }
 
 private:
-    void OnButton() { calls.push_back("button"); }
+    void OnButton() {
+        calls.push_back("button");
+        if (throwing)
+            throw std::runtime_error("button");
+    }
     void OnShadowed() { calls.push_back("shadowed"); }
     void OnChosen() { calls.push_back("chosen " + std::to_string(combo.CurSel())); }
     LRESULT OnUser(WPARAM w, LPARAM l) {
@@ -92,7 +102,8 @@ TEST(DialogFramework, MessageMapDispatchesInOrderWithTypedHandlers) {
         Post(self, WM_COMMAND, IDCANCEL);
     };
     EXPECT_EQ(d.DoModal(), IDCANCEL);
-    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init", "button", "chosen 1", "user 3 4"}));
+    EXPECT_EQ(d.calls,
+              (std::vector<std::string>{"load", "init", "button", "chosen 1", "user 3 4"}));
 }
 
 TEST(DialogFramework, HandlerResultsReachTheSender) {
@@ -134,12 +145,13 @@ TEST(DialogFramework, WaysOut) {
         void (*script)(TestDialog&);
         INT_PTR result;
     } cases[] = {
-        {"OK button", [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); },
-         IDOK},
+        {"OK button",
+         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); }, IDOK},
         {"Cancel button",
          [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDCANCEL), BM_CLICK, 0, 0); },
          IDCANCEL},
-        {"Esc", [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), 14), WM_KEYDOWN, VK_ESCAPE, 0); },
+        {"Esc",
+         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), 14), WM_KEYDOWN, VK_ESCAPE, 0); },
          IDCANCEL},
         {"close box", [](TestDialog& s) { Post(s, WM_SYSCOMMAND, SC_CLOSE); }, IDCANCEL},
     };
@@ -150,6 +162,56 @@ TEST(DialogFramework, WaysOut) {
         EXPECT_EQ(d.DoModal(), c.result);
         EXPECT_EQ(d.hwnd(), nullptr);
     }
+}
+
+// Handlers run from the host's message loop: what they throw stays in the framework. A
+// failed initialisation ends the dialog; a failed command leaves it running.
+TEST(DialogFramework, ExceptionsStayInTheDialog) {
+    TestDialog failedInit;
+    failedInit.throwing = true;
+    EXPECT_EQ(failedInit.DoModal(), IDCANCEL);
+
+    TestDialog failedButton;
+    failedButton.throwing = true;
+    failedButton.script = [](TestDialog& self) {
+        PostMessageW(GetDlgItem(self.hwnd(), 14), BM_CLICK, 0, 0);
+        PostMessageW(GetDlgItem(self.hwnd(), IDOK), BM_CLICK, 0, 0);
+    };
+    EXPECT_EQ(failedButton.DoModal(), IDOK);
+    EXPECT_EQ(failedButton.calls.back(), "save");
+}
+
+// A page inside another window: Esc in its read-only text box (pumped through the dialog
+// manager as a host's message loop does, the box sends WM_CLOSE, the dialog makes that
+// IDCANCEL) and an OK command leave the page where it is.
+TEST(DialogFramework, ChildPageOutlivesEscAndOk) {
+    HWND parent = CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400,
+                                  300, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(parent, nullptr);
+    const struct {
+        const char* name;
+        void (*act)(HWND page, HWND text);
+    } cases[] = {
+        {"Esc", [](HWND, HWND text) { PostMessageW(text, WM_KEYDOWN, VK_ESCAPE, 0); }},
+        {"OK", [](HWND page, HWND) { PostMessageW(page, WM_COMMAND, IDOK, 0); }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        dlg::CDialog page(101);
+        ASSERT_TRUE(page.Create(parent));
+        HWND text = GetDlgItem(page.hwnd(), 20);
+        SetFocus(text);
+        c.act(page.hwnd(), text);
+        MSG msg;
+        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+            if (!IsDialogMessageW(page.hwnd(), &msg)) {
+                TranslateMessage(&msg);
+                DispatchMessageW(&msg);
+            }
+        }
+        EXPECT_TRUE(IsWindow(page.hwnd()) && IsWindow(text));
+    }
+    DestroyWindow(parent);
 }
 
 TEST(DialogFramework, TemplatesComeFromTheCurrentModule) {

@@ -143,7 +143,8 @@ def session(wine, host, plugin, work):
         f'PROFILE index=2 name="Beta" transportId="{TRANSPORT}" bytes={BETA} '
         'base64="AgMRIjNEVWZ3iAEBfg=="',
         # The menu callback: both enumeration calls, only the profile of its transport.
-        "CALL SMST/Enumerate entries=null second=0 -> 3",
+        # A 32-bit count: the upper half of the result is left undefined, as a host's may be.
+        f"CALL SMST/Enumerate entries=null second=0 -> {0xCCCCCCCC00000003 - 2**64}",
         "CALL SMST/Enumerate entries=present count=3 -> 3 filled=3",
         'CALL HRX/Log size=40 kind=3 source="FAKE" message="sizes kept, guard untouched" '
         "second=0 -> 0",

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct Call {
 
 std::vector<Call> g_calls;
 bool g_smsPresent = true;
+std::wstring g_throwIn;  // a service that throws, as a host out of memory would
 constexpr intptr_t kSettingsHandle = 0x5E77;
 
 size_t RecordSizeOf(const std::wstring& service) {
@@ -44,6 +46,8 @@ intptr_t RecordingCall(const wchar_t* service, intptr_t first, intptr_t second) 
         call.record.assign(bytes, bytes + size);
     }
     g_calls.push_back(call);
+    if (call.service == g_throwIn)
+        throw std::bad_alloc();
     if (call.service == L"HRX/Settings/GetMyConfigFile") {
         auto* request = reinterpret_cast<SettingsPathRequest*>(first);
         wcsncpy(request->buffer, L"C:\\hostdata\\settings\\tarnik.ini", request->capacity);
@@ -108,6 +112,7 @@ protected:
     void SetUp() override {
         g_calls.clear();
         g_smsPresent = true;
+        g_throwIn.clear();
         module_ = LoadLibraryW(L"tarnik.dll");
         ASSERT_NE(module_, nullptr) << "tarnik.dll beside the test";
         Bind(query_, "queryPlugInfo");
@@ -134,6 +139,23 @@ protected:
         for (const Call& c : g_calls)
             names.push_back(c.service);
         return names;
+    }
+
+    // The transport and menu records of the last load.
+    struct Callbacks {
+        SmstTransportInfo transport{};
+        MenuItemDef menu{};
+    };
+    static Callbacks RegisteredCallbacks() {
+        Callbacks found;
+        for (const Call& c : g_calls) {
+            if (c.service == L"SMST/Register")
+                std::memcpy(&found.transport, c.record.data(), sizeof found.transport);
+            if (c.service == L"HRX/Menu/Add")
+                std::memcpy(&found.menu, c.record.data(), sizeof found.menu);
+        }
+        EXPECT_TRUE(found.transport.send != nullptr && found.menu.callback != nullptr);
+        return found;
     }
 
     HMODULE module_ = nullptr;
@@ -268,17 +290,23 @@ TEST_F(PluginFrame, StartUpAndShutdownSequences) {
     }
 }
 
-TEST_F(PluginFrame, TextsGoThroughTheHostsTranslation) {
+// Loads the plug-in with the host's translations read from `lines`.
+void LoadTranslated(int (*load)(intptr_t, HRXFUNCTIONS*), HRXFUNCTIONS* table, const char* lines) {
     wchar_t folder[MAX_PATH];
     GetTempPathW(MAX_PATH, folder);
     const std::wstring path = std::wstring(folder) + L"tarnik-translations.txt";
     FILE* file = _wfopen(path.c_str(), L"wb");
     ASSERT_NE(file, nullptr);
-    std::fputs("Tarnik.1001=Transport przez telefon\nTarnik.1002=Archiwum\n", file);
+    std::fputs(lines, file);
     std::fclose(file);
     SetEnvironmentVariableW(L"HRX_TRANSLATIONS", path.c_str());
-    load_(0, &table_);
+    load(0, table);
     SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
+    DeleteFileW(path.c_str());
+}
+
+TEST_F(PluginFrame, TextsGoThroughTheHostsTranslation) {
+    LoadTranslated(load_, &table_, "Tarnik.1001=Transport przez telefon\nTarnik.1002=Archiwum\n");
     std::vector<std::wstring> texts;
     for (const Call& c : g_calls) {
         if (c.service == L"SMST/Register") {
@@ -290,24 +318,11 @@ TEST_F(PluginFrame, TextsGoThroughTheHostsTranslation) {
     }
     EXPECT_EQ(texts, (std::vector<std::wstring>{L"Transport przez telefon", L"Archiwum"}));
     unload_();
-    DeleteFileW(path.c_str());
 }
 
 TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndTheMenuEntryReturnsZero) {
     load_(0, &table_);
-    const Call* reg = nullptr;
-    const Call* menu = nullptr;
-    for (const Call& c : g_calls) {
-        if (c.service == L"SMST/Register")
-            reg = &c;
-        if (c.service == L"HRX/Menu/Add")
-            menu = &c;
-    }
-    ASSERT_TRUE(reg && menu);
-    SmstTransportInfo transport;
-    std::memcpy(&transport, reg->record.data(), sizeof transport);
-    MenuItemDef item;
-    std::memcpy(&item, menu->record.data(), sizeof item);
+    const auto [transport, item] = RegisteredCallbacks();
 
     uint8_t profile[13] = {2, 1};
     SmstSendInfo request{};
@@ -322,6 +337,33 @@ TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndTheMenuEntryReturnsZero) {
     EXPECT_EQ(transport.configure(nullptr), 0);
     EXPECT_EQ(item.callback(0, 0), 0);
     unload_();
+}
+
+// Whatever the host's services and translations throw into a call stays in the plug-in:
+// each entry point gives its failure value and the host goes on.
+TEST_F(PluginFrame, NoExceptionReachesTheHost) {
+    g_throwIn = L"HRX/Settings/Init";
+    EXPECT_EQ(load_(0, &table_), 0);
+    g_throwIn = L"HRX/Settings/Write";
+    EXPECT_EQ(unload_(), 0);
+
+    g_throwIn.clear();
+    LoadTranslated(load_, &table_,
+                   "Tarnik.1004=!bad_alloc\nTarnik.1052=!bad_alloc\nTarnik.1053=!bad_alloc\n");
+    const auto callbacks = RegisteredCallbacks();
+    uint8_t profile[13] = {2, 1};
+    SmstSendInfo request{};
+    request.size = sizeof request;
+    request.profileData = profile;
+    request.profileLength = 13;
+    EXPECT_EQ(callbacks.transport.send(&request), 2);
+    SmstConfigureInfo configure{};
+    configure.size = sizeof configure;
+    configure.profileData = profile;
+    EXPECT_EQ(callbacks.transport.configure(&configure), 0);  // the dialog ends at once
+    EXPECT_EQ(configure.writtenLength, 0u);
+    EXPECT_EQ(callbacks.menu.callback(0, 0), 0);
+    EXPECT_EQ(unload_(), 0);
 }
 
 }  // namespace
