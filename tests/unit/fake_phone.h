@@ -23,8 +23,10 @@ struct FakePhone {
     std::string reportIndication;                // sent after the "AT" that waits for a report
     std::map<std::string, std::string> replies;  // other commands: the text after the echo
 
-    std::vector<std::string> commands;  // every line received, without its terminator
-    std::vector<std::string> pdus;      // every PDU received
+    // Every write as it arrived, terminator included: the phone itself reads past CR, LF
+    // and Ctrl-Z alike, so only these show which one was sent.
+    std::vector<std::string> received;
+    std::vector<std::string> pdus;  // every PDU received, without its Ctrl-Z
     int references = 0;
 
     void Attach(FakeLibrary& lib) {
@@ -35,6 +37,7 @@ private:
     void Say(FakeLibrary& lib, const std::string& text) { lib.reads.push_back(text); }
 
     void Handle(FakeLibrary& lib, std::string data) {
+        received.push_back(data);
         if (!data.empty() && data.back() == '\x1A') {
             data.pop_back();
             pdus.push_back(data);
@@ -54,7 +57,6 @@ private:
         }
         while (!data.empty() && (data.back() == '\r' || data.back() == '\n'))
             data.pop_back();
-        commands.push_back(data);
         const std::string echo = data + "\r";
         if (data == "AT" || data == "ATE1") {
             if (!answersAt)

@@ -28,12 +28,27 @@ public:
     std::vector<std::u16string> lines;
 };
 
+// The default texts, or each marked with its number as "[1007]Błąd", so that a text shown
+// under a wrong number differs.
+class Texts final : public Translator {
+public:
+    std::u16string Text(uint32_t id, std::u16string_view defaultText) override {
+        if (!marked)
+            return std::u16string(defaultText);
+        std::u16string mark = u"[";
+        for (const char c : std::to_string(id))
+            mark += static_cast<char16_t>(c);
+        return mark + u"]" + std::u16string(defaultText);
+    }
+    bool marked = false;
+};
+
 struct Job {
     FakeModules modules;
     FakeClock clock;
     FakePhone phone;
     Lines progress;
-    DefaultTexts texts;
+    Texts texts;
     int nextRandom = 0;
     std::vector<int> randoms = {41, 300, 7, 253, 254, 1000};
     GsmProfile profile{kConnectionCom, 3, {}, 0, 0, 0};
@@ -46,11 +61,14 @@ struct Job {
         env.random = [this] { return randoms[static_cast<size_t>(nextRandom++) % randoms.size()]; };
         return RunSendJob(profile, text, recipients, state.data(), env);
     }
-    uint32_t Slept() const {
-        uint32_t total = 0;
-        for (uint32_t ms : clock.slept)
-            total += ms;
-        return total;
+    // Every pause but the exchange's 100 ms polls of a silent line.
+    std::vector<uint32_t> Pauses() const {
+        std::vector<uint32_t> pauses;
+        for (uint32_t ms : clock.slept) {
+            if (ms != 100)
+                pauses.push_back(ms);
+        }
+        return pauses;
     }
 };
 
@@ -81,11 +99,11 @@ TEST(SendJob, OneRecipientOnePart) {
                                                   u"Wysyłam... OK",
                                                   u"Rozłączenie... OK"};
     EXPECT_EQ(job.progress.lines, expected);
-    const std::vector<std::string> commands = {"AT", "ATE1", "AT+CPMS=\"SM\"", "AT+CMGS=18"};
-    EXPECT_EQ(job.phone.commands, commands);
-    ASSERT_EQ(job.phone.pdus.size(), 1u);
     // messageRef = 300 % 254 + 1 (the first draw went to the concatenation reference)
-    EXPECT_EQ(job.phone.pdus[0], "00112F0B918406214365F70000AA04D4F29C0E");
+    const std::vector<std::string> received = {"AT\r\n", "ATE1\r\n", "AT+CPMS=\"SM\"\r",
+                                               "AT+CMGS=18\r",
+                                               "00112F0B918406214365F70000AA04D4F29C0E\x1A"};
+    EXPECT_EQ(job.phone.received, received);
     EXPECT_EQ(job.modules.com().openedWith, 3u);
     EXPECT_EQ(job.modules.com().calls.back(), "close");
 }
@@ -140,9 +158,11 @@ TEST(SendJob, FailureTable) {
          [](Job& j) { j.phone.pduAnswers = {"+CMS ERROR: 38"}; },
          with({u"Wysyłam... Błąd", u"Tymczasowy błąd, ponowienie za 5s...", u"Wysyłam... OK"}), 0,
          kSendLastRecipientSent},
+        // Each temporary cause is a first refusal once: 38 above, 41 here, 42 in the
+        // retry test below.
         {"temporary refusal twice",
          [](Job& j) {
-             j.phone.pduAnswers = {"+CMS ERROR: 42", "+CMS ERROR: 41"};
+             j.phone.pduAnswers = {"+CMS ERROR: 41", "+CMS ERROR: 42"};
          },
          with({u"Wysyłam... Błąd", u"Tymczasowy błąd, ponowienie za 5s...", u"Wysyłam... Błąd"}), 5,
          kSendFailed},
@@ -165,9 +185,10 @@ TEST(SendJob, RetrySendsTheSamePduAfterFiveSeconds) {
     job.Run(u"Hej", {u"600100200"}, state);
     ASSERT_EQ(job.phone.pdus.size(), 2u);
     EXPECT_EQ(job.phone.pdus[0], job.phone.pdus[1]);
-    // 500 after each PDU and 5000 before the retry, beside the short polls.
-    EXPECT_GE(job.Slept(), 6000u);
-    EXPECT_EQ(std::count(job.phone.commands.begin(), job.phone.commands.end(), "AT+CPMS=\"SM\""),
+    // 500 after the refused PDU, 5000 before the retry, the exchange's second for the
+    // accepted PDU's reply, 500 after it.
+    EXPECT_EQ(job.Pauses(), (std::vector<uint32_t>{500, 5000, 1000, 500}));
+    EXPECT_EQ(std::count(job.phone.received.begin(), job.phone.received.end(), "AT+CPMS=\"SM\"\r"),
               2);
 }
 
@@ -251,78 +272,83 @@ std::string ReportPdu(const std::string& status,
     return "000607" + recipient + "42105171435480" + "42105171532080" + status;
 }
 
+// Texts are marked with their numbers: the time line after "dostarczona" has none.
+// Pauses are those of the report wait: the exchange's second after a reply it keeps, 500
+// between the outcome's lines, 4000 at the end.
 TEST(ReportWait, Branches) {
     const std::string direct = ReportPdu("00");
+    const std::u16string waiting = u"[1013]Oczekuję na raport... ";
     struct Row {
         const char* name;
         std::set<std::string> cnmi;
         std::string indication;
         std::map<std::string, std::string> replies;
         std::vector<std::u16string> tail;  // lines from "Oczekuję na raport... " on
-        uint32_t pauseAtEnd;
+        std::vector<uint32_t> pauses;
     };
     const Row rows[] = {
-        {"no indication setting accepted", {}, "", {}, {u"Oczekuję na raport... błąd modemu"}, 0},
-        {"silence", {"AT+CNMI=2,0,0,1,0"}, "", {}, {u"Oczekuję na raport... błąd, timeout"}, 4000},
+        {"no indication setting accepted", {}, "", {}, {waiting + u"[10014]błąd modemu"}, {}},
+        {"silence", {"AT+CNMI=2,0,0,1,0"}, "", {}, {waiting + u"[1022]błąd, timeout"}, {4000}},
         {"delivered, direct without SMSC",
          {"AT+CNMI=2,0,0,1,0"},
          "\r\n+CDS: 25\r\n" + direct.substr(2) + "\r\n",
          {},
-         {u"Oczekuję na raport... dostarczona", u" Czas: 2024-01-15 17:35:02"},
-         4000},
+         {waiting + u"[1015]dostarczona", u" Czas: 2024-01-15 17:35:02"},
+         {1000, 500, 4000}},
         {"SMSC error with its code",
          {"AT+CNMI=2,0,0,1,0"},
          "\r\n+CDS: 25\r\n" + ReportPdu("46").substr(2) + "\r\n",
          {},
-         {u"Oczekuję na raport... błąd SMSC", u" Czas: 2024-01-15 17:35:02", u" Kod: 70"},
-         4000},
-        {"report about another recipient",
+         {waiting + u"[1016]błąd SMSC", u"[1017] Czas: 2024-01-15 17:35:02", u"[1018] Kod: 70"},
+         {1000, 500, 500, 4000}},
+        {"report for a number one digit longer",
          {"AT+CNMI=2,0,0,1,0"},
-         "\r\n+CDS: 25\r\n" + ReportPdu("00", "0C91840621436587") + "\r\n",
+         "\r\n+CDS: 25\r\n" + ReportPdu("00", "0C91840621436587").substr(2) + "\r\n",
          {},
-         {u"Oczekuję na raport... błąd (zły raport)"},
-         4000},
+         {waiting + u"[1020]błąd (zły raport)"},
+         {1000, 4000}},
         {"recipient without country digits is ours",
          {"AT+CNMI=2,0,0,1,0"},
          "\r\n+CDS: 25\r\n" + ReportPdu("00", "098106214365F7").substr(2) + "\r\n",
          {},
-         {u"Oczekuję na raport... dostarczona", u" Czas: 2024-01-15 17:35:02"},
-         4000},
+         {waiting + u"[1015]dostarczona", u" Czas: 2024-01-15 17:35:02"},
+         {1000, 500, 4000}},
         {"undecodable report",
          {"AT+CNMI=2,0,0,1,0"},
          "\r\n+CDS: 3\r\n03\r\n",  // "00" in front: a reserved message type
          {},
-         {u"Oczekuję na raport... błąd dekodera"},
-         4000},
+         {waiting + u"[1019]błąd dekodera"},
+         {1000, 4000}},
         {"no PDU line",
          {"AT+CNMI=2,0,0,1,0"},
          "\r\n+CDS: 25",
          {},
-         {u"Oczekuję na raport... błąd parsera"},
-         4000},
+         {waiting + u"[1021]błąd parsera"},
+         {1000, 4000}},
         {"stored, fetched from SR",
          {"AT+CNMI=1,0,0,2,1"},
          "\r\n+CDSI: \"SR\",3\r\n",
          {{"AT+CPMS=\"SR\"", "\r\n+CPMS: 1,20,0,20,0,20\r\n\r\nOK\r\n"},
           {"AT+CMGR=3", "\r\n+CMGR: 0,,25\r\n" + direct + "\r\n\r\nOK\r\n"}},
-         {u"Oczekuję na raport... dostarczona", u" Czas: 2024-01-15 17:35:02"},
-         4000},
+         {waiting + u"[1015]dostarczona", u" Czas: 2024-01-15 17:35:02"},
+         {1000, 1000, 1000, 500, 4000}},
         {"stored announcement without a comma",
          {"AT+CNMI=1,0,0,2,0"},
          "\r\n+CDSI: \"SR\" 3\r\n",
          {},
-         {u"Oczekuję na raport... błąd, timeout"},
-         4000},
+         {waiting + u"[1022]błąd, timeout"},
+         {1000, 4000}},
         {"stored report that cannot be read",
          {"AT+CNMI=1,0,0,2,0"},
          "\r\n+CDSI: \"SR\",9\r\n",
          {},
-         {u"Oczekuję na raport... błąd, timeout"},
-         4000},
+         {waiting + u"[1022]błąd, timeout"},
+         {1000, 4000}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         Job job;
+        job.texts.marked = true;
         job.profile.waitForReport = 1;
         job.phone.cnmiAccepted = row.cnmi;
         job.phone.reportIndication = row.indication;
@@ -333,8 +359,9 @@ TEST(ReportWait, Branches) {
         std::vector<std::u16string> tail(job.progress.lines.begin() + 6,
                                          job.progress.lines.end() - 1);
         EXPECT_EQ(tail, row.tail);
-        const bool paused = !job.clock.slept.empty() && job.clock.slept.back() == 4000;
-        EXPECT_EQ(paused, row.pauseAtEnd == 4000);
+        // The first two are the accepted PDU's: the exchange's second and 500 after it.
+        const std::vector<uint32_t> pauses = job.Pauses();
+        EXPECT_EQ(std::vector<uint32_t>(pauses.begin() + 2, pauses.end()), row.pauses);
     }
 }
 
@@ -348,9 +375,9 @@ TEST(ReportWait, StoredModeSelectsTheAnnouncedStorageAndIndex) {
         {"AT+CMGR=3", "\r\n+CMGR: 0,,25\r\n" + ReportPdu("00") + "\r\n\r\nOK\r\n"}};
     std::vector<int32_t> state = {1};
     job.Run(u"Test", {u"48601234567"}, state);
-    const std::vector<std::string> tail(job.phone.commands.begin() + 4, job.phone.commands.end());
-    const std::vector<std::string> expected = {"AT+CNMI=2,0,0,1,0", "AT+CNMI=1,0,0,2,1", "AT",
-                                               "AT+CPMS=\"SR\"", "AT+CMGR=3"};
+    const std::vector<std::string> tail(job.phone.received.begin() + 5, job.phone.received.end());
+    const std::vector<std::string> expected = {"AT+CNMI=2,0,0,1,0\r\n", "AT+CNMI=1,0,0,2,1\r\n",
+                                               "AT\r\n", "AT+CPMS=\"SR\"\r", "AT+CMGR=3\r"};
     EXPECT_EQ(tail, expected);
 }
 
