@@ -34,6 +34,13 @@ out=$("$tool" decode 0006070B918406214365F7421051714354804210517153208000); rc=$
 check "status report text as UTF-8" "lines[0]['status'] == 0 and lines[0]['text'].startswith('Raport doręczenia (7)\r\nStan: Ok, wiadomość dostarczona') \
  and lines[0]['doneTime'] == '2024-01-15 17:35:02' and lines[0]['sentTime'] == '2024-01-15 17:34:45'"
 
+# Each line of pdu_reasons.txt: a PDU and what is wrong with it.
+while IFS=$'\t' read -r hex reason; do
+    case "$hex" in "#"*) continue ;; esac
+    out=$("$tool" decode "$hex"); rc=$?
+    check "reason of '$hex'" "rc == 0 and lines[0].get('reason', '-') == '$reason'"
+done <"$(dirname "$0")/pdu_reasons.txt"
+
 out=$("$tool" encode --number 48601234567 --text Hello --mr 3 --concat 42,2,1 --json); rc=$?
 check "encode json" "rc == 0 and lines[0] == {'pdu': '0051030B918406214365F70000AA0C0500032A0201906536FB0D', 'cmgsLength': 25}"
 

@@ -16,6 +16,7 @@
 #include "pdu/pdu_decoder.h"
 #include "pdu/submit_encoder.h"
 #include "tarnik-pdu/json_writer.h"
+#include "tarnik-pdu/pdu_problem.h"
 #include "tarnik-pdu/utf8.h"
 
 namespace tarnik {
@@ -26,7 +27,8 @@ constexpr char kUsage[] =
     "  tarnik-pdu decode [HEX ...]\n"
     "      Decodes each argument, or each line of standard input when there is none, as one\n"
     "      PDU as a phone shows it in PDU mode (hexadecimal, SMSC field first). Prints one\n"
-    "      JSON object per PDU; an undecodable PDU prints \"decoded\": false.\n"
+    "      JSON object per PDU; an undecodable PDU prints \"decoded\": false, and a PDU\n"
+    "      with something wrong (cut short, not hexadecimal, a reserved type) a \"reason\".\n"
     "  tarnik-pdu encode --number DIGITS (--text TEXT | --text-hex HEX) [--mr N] [--flash]\n"
     "                    [--report] [--concat REF,TOTAL,SEQ] [--json]\n"
     "      Prints the SMS-SUBMIT PDU of one part, as sent after AT+CMGS (validity period four\n"
@@ -62,12 +64,14 @@ void WriteAddress(JsonWriter& json, std::string_view key, const SmsAddress& a) {
         .EndObject();
 }
 
-std::string RecordJson(const SmsPdu& r, bool withPlace) {
+std::string RecordJson(const SmsPdu& r, bool withPlace, const std::string& reason = {}) {
     JsonWriter json;
     json.BeginObject();
     if (withPlace)
         json.String("index", r.index).String("storage", r.storage);
     json.Bool("decoded", r.decoded);
+    if (!reason.empty())
+        json.String("reason", reason);
     const SmsFirstOctet& f = r.firstOctet;
     json.BeginObject("firstOctet")
         .Number("replyPath", f.replyPath)
@@ -113,16 +117,25 @@ std::string TrimLine(std::string line) {
     return line;
 }
 
+void DecodeOne(const std::string& hex) {
+    const SmsPdu record = DecodePdu(hex);
+    std::string reason = PduProblem(hex);
+    // Well formed, yet not decoded: the decoder refused what no SMS can hold.
+    if (reason.empty() && !record.decoded) {
+        reason = record.firstOctet.mti == kMtiSubmit ? "fewer than two octets of user data"
+                                                     : "user data longer than an SMS holds";
+    }
+    std::cout << RecordJson(record, false, reason) << '\n';
+}
+
 int Decode(const std::vector<std::string>& args) {
-    if (!args.empty()) {
-        for (const std::string& hex : args)
-            std::cout << RecordJson(DecodePdu(hex), false) << '\n';
+    for (const std::string& hex : args)
+        DecodeOne(hex);
+    if (!args.empty())
         return 0;
-    }
     std::string line;
-    while (std::getline(std::cin, line)) {
-        std::cout << RecordJson(DecodePdu(TrimLine(line)), false) << '\n';
-    }
+    while (std::getline(std::cin, line))
+        DecodeOne(TrimLine(line));
     return 0;
 }
 
