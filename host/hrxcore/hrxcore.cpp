@@ -1,6 +1,9 @@
 // The host core library: binds a plug-in to the host's function table and answers its
 // translation requests. Translations come from the file named by HRX_TRANSLATIONS (UTF-8
-// lines "Module.Id=Text" or "Module.Id.ControlId=Text"), read once per binding.
+// lines "Module.Id=Text" or "Module.Id.ControlId=Text"), read once per binding. A line
+// "Module.*=Pattern" answers every other number of the module with the pattern, %d standing
+// for the number and %s for the default (for a window, its own text): "Tarnik.*=[%d]%s"
+// shows by which number each text came. The text "!bad_alloc" makes that lookup throw.
 #include "hrx/hrxcore.h"
 
 #include <windows.h>
@@ -23,6 +26,8 @@ hrx::CCore core{};
 hrx::CTranslation translation;
 // Node-based, so the texts msg hands out stay put until the binding ends.
 std::map<std::wstring, std::wstring> translations;
+// Texts made from a pattern, by key and default, kept as long as the others.
+std::map<std::wstring, std::wstring> patterned;
 
 std::wstring WideFromUtf8(const std::string& text) {
     if (text.empty()) {
@@ -61,6 +66,7 @@ std::wstring Trim(const std::wstring& text) {
 
 void LoadTranslations() {
     translations.clear();
+    patterned.clear();
     wchar_t path[MAX_PATH * 4];
     const DWORD length = GetEnvironmentVariableW(L"HRX_TRANSLATIONS", path, MAX_PATH * 4);
     if (length == 0 || length >= MAX_PATH * 4) {
@@ -114,6 +120,47 @@ std::wstring Key(const wchar_t* module, uint32_t id) {
     return std::wstring(module) + L"." + std::to_wstring(id);
 }
 
+const std::wstring* PatternOf(const std::wstring& key) {
+    return Find(key.substr(0, key.find(L'.')) + L".*");
+}
+
+std::wstring FromPattern(const std::wstring& pattern, const std::wstring& key,
+                         const std::wstring& text) {
+    // The dialog's number also for its controls ("Module.Id.ControlId").
+    const size_t first = key.find(L'.') + 1;
+    const std::wstring number = key.substr(first, key.find(L'.', first) - first);
+    std::wstring out;
+    for (size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern[i] == L'%' && i + 1 < pattern.size() &&
+            (pattern[i + 1] == L'd' || pattern[i + 1] == L's')) {
+            out += pattern[i + 1] == L'd' ? number : text;
+            ++i;
+            continue;
+        }
+        out += pattern[i];
+    }
+    return out;
+}
+
+std::wstring WindowText(HWND window) {
+    wchar_t text[1024] = {};
+    GetWindowTextW(window, text, 1024);
+    return text;
+}
+
+// A window's text by its key: the listed one, or the pattern applied to what the window
+// shows. A control without text keeps none; a dialog gets one even without a caption, so
+// that a page inside another still shows its number.
+void TranslateWindow(HWND window, const std::wstring& key, bool dialog) {
+    if (const std::wstring* text = Find(key)) {
+        SetWindowTextW(window, text->c_str());
+    } else if (const std::wstring* pattern = PatternOf(key)) {
+        const std::wstring shown = WindowText(window);
+        if (dialog || !shown.empty())
+            SetWindowTextW(window, FromPattern(*pattern, key, shown).c_str());
+    }
+}
+
 // A translation "!bad_alloc" throws instead, as a host out of memory would: it shows that
 // what a plug-in's call into the host throws stays inside the plug-in.
 void ThrowIfAsked(const std::wstring& key) {
@@ -131,10 +178,7 @@ BOOL CALLBACK TranslateChild(HWND child, LPARAM context) {
     const auto* job = reinterpret_cast<const ChildTranslation*>(context);
     // Only the dialog's own controls: the inner windows of a control are not ours to name.
     if (GetAncestor(child, GA_PARENT) == job->dialog) {
-        const int id = GetDlgCtrlID(child);
-        if (const std::wstring* text = Find(job->prefix + std::to_wstring(id))) {
-            SetWindowTextW(child, text->c_str());
-        }
+        TranslateWindow(child, job->prefix + std::to_wstring(GetDlgCtrlID(child)), false);
     }
     return TRUE;
 }
@@ -147,9 +191,15 @@ const wchar_t* CTranslation::msg(const wchar_t* module, uint32_t id, const wchar
     if (module == nullptr) {
         return defaultText;
     }
-    ThrowIfAsked(Key(module, id));
-    const std::wstring* text = Find(Key(module, id));
-    return text != nullptr ? text->c_str() : defaultText;
+    const std::wstring key = Key(module, id);
+    ThrowIfAsked(key);
+    if (const std::wstring* text = Find(key))
+        return text->c_str();
+    const std::wstring* pattern = PatternOf(key);
+    if (pattern == nullptr || defaultText == nullptr)
+        return defaultText;
+    const std::wstring made = FromPattern(*pattern, key, defaultText);
+    return patterned.emplace(key + L"\n" + defaultText, made).first->second.c_str();
 }
 
 void CTranslation::translateHwnd(const wchar_t* module, uint32_t id, HWND__* window) {
@@ -158,9 +208,7 @@ void CTranslation::translateHwnd(const wchar_t* module, uint32_t id, HWND__* win
     }
     const std::wstring key = Key(module, id);
     ThrowIfAsked(key);
-    if (const std::wstring* caption = Find(key)) {
-        SetWindowTextW(window, caption->c_str());
-    }
+    TranslateWindow(window, key, true);
     ChildTranslation job{window, key + L"."};
     EnumChildWindows(window, TranslateChild, reinterpret_cast<LPARAM>(&job));
 }
@@ -187,6 +235,7 @@ int libHrxTerminate() {
     hrx::g_pTrans = nullptr;
     core = hrx::CCore{};
     translations.clear();
+    patterned.clear();
     return wasBound ? 1 : 0;
 }
 
