@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
 # Takes the screenshots kept in docs/: the plug-in's windows as a user sees them, under
 # Wine on a virtual display. Needs the native and Windows builds (scripts/main-job.sh or
-# scripts/test-all.sh make them).
+# scripts/test-all.sh make them; TARNIK_NATIVE_BUILD and TARNIK_WINDOWS_BUILD name others).
+# The fonts they are drawn with come from scripts/install-deps.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+native=${TARNIK_NATIVE_BUILD:-build/native}
+windows=${TARNIK_WINDOWS_BUILD:-build/windows}
 source scripts/wine-env.sh
 export LC_ALL=pl_PL.UTF-8
 work=$(mktemp -d)
@@ -41,7 +44,7 @@ shoot() {
 }
 
 # The send window: the SMS plug-in's list box as the send job leaves it.
-build/native/phone/tarnik-phone --link "$work/phone" --config samples/phone-main-job.conf \
+"$native"/phone/tarnik-phone --link "$work/phone" --config samples/phone-main-job.conf \
     --log "$work/phone.log" &
 phone_pid=$!
 wait_for "$work/phone.log" "LINK ready"
@@ -49,7 +52,7 @@ comlink="$WINEPREFIX/dosdevices/com5"
 ln -sfn "$work/phone" "$comlink"
 text="Dzien dobry! To jest wiadomosc dluzsza niz 160 znakow, wiec wtyczka tnie ja na dwie \
 czesci po 153 znaki, kazda z naglowkiem laczenia, a telefon odbiorcy sklada je z powrotem."
-wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" load \
+wine "$windows"/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata")" load \
     add-profile Telefon 02050000000000000000000100 \
     send Telefon "$text" +48601234567 600123456 hold 6000 unload >"$work/host.out" 2>&1 &
 host_pid=$!
@@ -61,7 +64,7 @@ wait "$host_pid" || true
 # The settings dialog: an all-zero profile (Bluetooth, nothing chosen), then a COM profile
 # on the emulator's port, COM5, with the report option.
 settings_shot() {  # $1: file, $2: record
-    wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-$1")" load \
+    wine "$windows"/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-$1")" load \
         add-profile P "$2" configure P "dump; wait 2500; cancel" unload >"$work/$1.out" 2>&1 &
     local pid=$!
     wait_for "$work/$1.out" "^DIALOG"
@@ -93,7 +96,7 @@ shoot_with_popups() {  # $1: file name in docs/
 # page with the downloaded messages and a clicked one, and the list's context menu.
 kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null || true
 { echo "byte_delay_us = 1500"; cat tests/integration/phone-stored.conf; } >"$work/slow.conf"
-build/native/phone/tarnik-phone --link "$work/phone" --config "$work/slow.conf" \
+"$native"/phone/tarnik-phone --link "$work/phone" --config "$work/slow.conf" \
     --log "$work/phone-slow.log" &
 phone_pid=$!
 wait_for "$work/phone-slow.log" "LINK ready"
@@ -101,7 +104,7 @@ page="Komunikacja z telefonem GSM"
 steps="size 740 380; row-rclick below; menu-choose 1000; expect Ustawienia; click 1; wait 800"
 steps="$steps; dump; wait 1500; expect $page; row-click 0; wait 300; dump; wait 2000"
 steps="$steps; row-rclick 2; wait 500; menu-dump; wait 2000; menu-cancel; expect $page; click 1"
-wine build/windows/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-page")" load \
+wine "$windows"/bin/tarnik-host.exe --data "$(winepath -w "$work/hostdata-page")" load \
     add-profile Telefon 02050000000000000000000100 archive-page "$steps" unload \
     >"$work/page.out" 2>&1 &
 host_pid=$!

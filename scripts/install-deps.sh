@@ -10,7 +10,8 @@ all_packages=("${main_packages[@]}"
     g++-mingw-w64-x86-64 wine64 wine
     clang libclang-rt-14-dev
     libbenchmark-dev libgammu-dev gammu python3-gammu pkg-config
-    xvfb xauth x11-apps imagemagick locales)
+    xvfb xauth x11-apps imagemagick locales
+    fonts-wine fonts-dejavu-core)
 
 case "$set_name" in
     main) wanted=("${main_packages[@]}") ;;
@@ -29,6 +30,23 @@ if [ ${#missing[@]} -ne 0 ]; then
     $SUDO apt-get update -qq
     DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends \
         "${missing[@]}" >/dev/null
+fi
+
+# The windows' fonts. Wine draws the caption buttons with Marlett and its own controls with
+# Tahoma, both from fonts-wine; the dialogs ask for Verdana, which no free package has, and
+# Wine gives them DejaVu Sans instead. Wine finds fonts through fontconfig but does not look
+# in fonts-wine's folder itself (the caption buttons then show "0 1 r"), so name the folder.
+wine_fonts_conf=/etc/fonts/conf.d/60-tarnik-wine-fonts.conf
+if [ "$set_name" = all ] && [ ! -f "$wine_fonts_conf" ]; then
+    $SUDO mkdir -p "$(dirname "$wine_fonts_conf")"
+    $SUDO tee "$wine_fonts_conf" >/dev/null <<'EOF'
+<?xml version="1.0"?>
+<!DOCTYPE fontconfig SYSTEM "urn:fontconfig:fonts.dtd">
+<!-- Wine's own fonts (fonts-wine) for Wine programs: installed by Tarnik's install-deps.sh -->
+<fontconfig>
+  <dir>/usr/share/wine/fonts</dir>
+</fontconfig>
+EOF
 fi
 
 # Under Wine the Polish locale gives our users' code page (1250); generated, it also lets
