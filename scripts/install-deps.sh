@@ -10,7 +10,7 @@ all_packages=("${main_packages[@]}"
     g++-mingw-w64-x86-64 wine64 wine
     clang libclang-rt-14-dev
     libbenchmark-dev libgammu-dev gammu python3-gammu pkg-config
-    xvfb xauth x11-apps imagemagick locales
+    xvfb xauth x11-apps x11-utils imagemagick locales
     fonts-wine fonts-dejavu-core)
 
 case "$set_name" in
