@@ -75,5 +75,7 @@ stage "main job" main_job
 stage "fuzz targets (ASan, UBSan)" fuzz
 stage "benchmarks (smoke run)" bench
 
+echo "=== size (non-blank, non-comment lines; tests/ and fuzz/ are tests)"
+python3 scripts/code-size.py | tail -n 1
 echo "summary: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]
