@@ -40,6 +40,10 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
     bool seen = false;
     std::string gathered;
     size_t searched = 0;
+    // The cap counts bytes received, not text gathered: a line that sends NUL bytes (a
+    // break, a wrong baud rate, a dying adapter) restarts the silence timer with every
+    // read and never grows the text.
+    size_t received = 0;
 
     for (;;) {
         if (static_cast<uint32_t>(clock_.TickCount() - last) > timeout && !seen)
@@ -53,7 +57,8 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
         }
         gathered.append(buffer, std::strlen(buffer));  // bytes after a NUL are lost
         last = clock_.TickCount();
-        if (gathered.size() > kMaxExchangeBytes)
+        received += count > 0 ? static_cast<size_t>(count) : 0;
+        if (received > kMaxExchangeBytes)
             return 0;
 
         if (FindNew(gathered, expected, start, searched) != std::string::npos) {

@@ -50,10 +50,10 @@ private:
     Clock& clock_;
 };
 
-// Above this much text in one exchange the phone is taken to be babbling: the largest
-// reply we can use, a full listing of 2047 messages of at most ~400 characters each, is
-// about 820 KiB. A size limit holds on any link speed, where a time limit would have to
-// allow a slow 9600-baud cable many minutes.
+// Above this many bytes received in one exchange the phone is taken to be babbling: the
+// largest reply we can use, a full listing of 2047 messages of at most ~400 characters
+// each, is about 820 KiB. A size limit holds on any link speed, where a time limit would
+// have to allow a slow 9600-baud cable many minutes.
 constexpr size_t kMaxExchangeBytes = 1u << 20;
 
 }  // namespace tarnik

@@ -30,6 +30,12 @@ struct ExchangeCase {
 
 TEST(SendCommand, Dialogues) {
     const std::string nul("AT\r\r\n\0OK\r\n", 10);
+    // One byte after every 400 ms of silence: 2.8 s in all against a time-out of 500 ms.
+    std::deque<std::string> trickle;
+    for (const char c : std::string("AT\r\r\nOK")) {
+        trickle.insert(trickle.end(), 4, "");
+        trickle.push_back(std::string(1, c));
+    }
     const ExchangeCase cases[] = {
         {"echo, then OK, no reply wanted",
          "AT",
@@ -121,6 +127,8 @@ TEST(SendCommand, Dialogues) {
          0,
          kUntouched,
          600},
+        {"every byte restarts the silence time-out", "AT", "OK", false, 500, trickle, 1, kUntouched,
+         2800},
         {"silence times out after the limit", "AT", "OK", true, 500, {}, 0, kUntouched, 600},
         {"time-out 0 fails after the first empty read",
          "AT",
@@ -181,18 +189,24 @@ TEST(SendCommand, NothingIsWrittenToAClosedPort) {
     EXPECT_TRUE(modules.com().readSizes.empty());
 }
 
+// Bytes that never make a token are cut off by their count, whether they grow the text
+// or, as NUL bytes do, vanish from it.
 TEST(SendCommand, APhoneThatNeverStopsTalkingIsCutOff) {
-    FakeModules modules;
-    FakeClock clock;
-    modules.com().endlessTalker = true;
-    CMobileCore core(CORE_SERIAL, clock, modules);
-    core.CSerialCore::LoadModule();
-    core.OpenSerial(1);
-    std::string reply = kUntouched;
-    EXPECT_EQ(core.SendCommand("AT+CMGL=4", "OK", "\r", "ERROR", &reply, 3000), 0);
-    EXPECT_EQ(reply, kUntouched);
-    EXPECT_GE(modules.com().readSizes.size() * 255, kMaxExchangeBytes);
-    EXPECT_LE(modules.com().readSizes.size() * 255, kMaxExchangeBytes + 255);
+    const std::string patterns[] = {"x", std::string(1, '\0'), std::string("\0\xFF", 2)};
+    for (const std::string& pattern : patterns) {
+        SCOPED_TRACE(static_cast<int>(static_cast<unsigned char>(pattern.back())));
+        FakeModules modules;
+        FakeClock clock;
+        modules.com().endless = pattern;
+        CMobileCore core(CORE_SERIAL, clock, modules);
+        core.CSerialCore::LoadModule();
+        core.OpenSerial(1);
+        std::string reply = kUntouched;
+        EXPECT_EQ(core.SendCommand("AT+CMGL=4", "OK", "\r", "ERROR", &reply, 3000), 0);
+        EXPECT_EQ(reply, kUntouched);
+        EXPECT_GE(modules.com().readSizes.size() * 255, kMaxExchangeBytes);
+        EXPECT_LE(modules.com().readSizes.size() * 255, kMaxExchangeBytes + 255);
+    }
 }
 
 // A full listing arrives in thousands of small reads; the whole reply is kept.

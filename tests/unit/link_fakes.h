@@ -32,7 +32,9 @@ struct FakeLibrary {
     std::string name;
     intptr_t openResult = 5;
     std::deque<std::string> reads;
-    bool endlessTalker = false;  // every read brings 255 bytes without any token
+    // When set, every read brings a full buffer of it, over and over; after 32768 reads
+    // (8 MiB) the talker falls silent, so a missing cut-off fails a test instead of hanging it.
+    std::string endless;
     std::vector<std::string> calls;
     std::string written;
     std::vector<uint32_t> readSizes;
@@ -83,8 +85,9 @@ struct FakeExports {
     static int32_t Read(intptr_t, void* buffer, uint32_t size) {
         FakeLibrary& lib = Lib();
         lib.readSizes.push_back(size);
-        if (lib.endlessTalker) {
-            std::memset(buffer, 'x', size);
+        if (!lib.endless.empty() && lib.readSizes.size() <= 32768) {
+            for (uint32_t i = 0; i < size; ++i)
+                static_cast<char*>(buffer)[i] = lib.endless[i % lib.endless.size()];
             return static_cast<int32_t>(size);
         }
         if (lib.reads.empty())
