@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <sstream>
+#include <utility>
 
 #include "pdu/hex.h"
 #include "phone/sms_encoder.h"
@@ -66,6 +67,13 @@ constexpr char kHelp[] =
     "                            linked to a new one\n"
     "  error = [N] COMMAND       \"ERROR\" (after the echo) instead of the answer; the\n"
     "                            command line is not carried out\n"
+    "  endless_nul = [N] COMMAND      after the echo, NUL bytes without end instead of\n"
+    "  endless_garbage = [N] COMMAND  the answer (the noise of garbage_bytes, or\n"
+    "  endless_ring = [N] COMMAND     \"RING\" lines), until the client closes the port\n"
+    "  dead = [N] COMMAND        half of the answer, then nothing until the client closes\n"
+    "                            the port; the pty stays open\n"
+    "  slow = [N] COMMAND        echo and answer one byte at a time, slow_byte_ms apart\n"
+    "  slow_byte_ms = N          the pace of slow (default 150)\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
     "turns down the first submission as congested and reports a delivery failure:\n"
@@ -397,22 +405,37 @@ private:
     }
 
     bool Fault(const std::string& key, const std::string& value, bool& known) {
-        FaultRule rule;
+        static const std::pair<const char*, std::vector<FaultRule> PhoneConfig::*> kRules[] = {
+            {"silence", &PhoneConfig::silence},
+            {"garbage", &PhoneConfig::garbage},
+            {"disconnect", &PhoneConfig::disconnect},
+            {"error", &PhoneConfig::error},
+            {"endless_nul", &PhoneConfig::endlessNul},
+            {"endless_garbage", &PhoneConfig::endlessGarbage},
+            {"endless_ring", &PhoneConfig::endlessRing},
+            {"dead", &PhoneConfig::dead},
+            {"slow", &PhoneConfig::slow},
+        };
         if (key == "garbage_bytes")
             return ParseHexBytes(value, config_.garbageBytes);
-        std::vector<FaultRule>* list = key == "silence"      ? &config_.silence
-                                       : key == "garbage"    ? &config_.garbage
-                                       : key == "disconnect" ? &config_.disconnect
-                                       : key == "error"      ? &config_.error
-                                                             : nullptr;
-        if (list == nullptr) {
-            known = false;
-            return false;
+        if (key == "slow_byte_ms") {
+            long n = 0;
+            if (!ParseInt(value, 1, 60000, n))
+                return false;
+            config_.slowByteDelay = std::chrono::milliseconds(n);
+            return true;
         }
-        if (!ParseFault(value, rule))
-            return false;
-        list->push_back(rule);
-        return true;
+        for (const auto& [name, list] : kRules) {
+            if (key != name)
+                continue;
+            FaultRule rule;
+            if (!ParseFault(value, rule))
+                return false;
+            (config_.*list).push_back(rule);
+            return true;
+        }
+        known = false;
+        return false;
     }
 
     static bool Text(const std::string& value, std::string& field) {

@@ -65,7 +65,16 @@ struct PhoneConfig {
     std::vector<FaultRule> garbage;
     std::vector<FaultRule> disconnect;
     std::vector<FaultRule> error;
+    // A line that holds the client: instead of the answer, bytes without end (NUL, the
+    // noise of garbageBytes, "RING" lines), or half of it and then nothing; the phone
+    // keeps it up until the client closes the port.
+    std::vector<FaultRule> endlessNul;
+    std::vector<FaultRule> endlessGarbage;
+    std::vector<FaultRule> endlessRing;
+    std::vector<FaultRule> dead;
+    std::vector<FaultRule> slow;  // echo and answer paced at slowByteDelay
     std::string garbageBytes = "\xFF\x7E\x3F\x0D";
+    std::chrono::microseconds slowByteDelay{150000};
 };
 
 // Parses a configuration over the defaults in `config`. On failure `error` names the

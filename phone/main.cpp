@@ -13,6 +13,7 @@
 #include <deque>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "phone/config.h"
 #include "phone/event_log.h"
@@ -84,17 +85,37 @@ public:
         offset_ = 0;
     }
     size_t PendingBytes() const {
+        if (Empty())
+            return 0;
         size_t n = 0;
-        for (const Emission& e : queue_)
-            n += e.bytes.size();
-        return n - offset_;
+        for (const Emission& e : queue_) {
+            if (e.kind != Emission::kEndless)
+                n += e.bytes.size();
+        }
+        return Front().kind == Emission::kEndless ? n : n - offset_;
     }
-    Emission& Front() { return queue_.front(); }
-    const std::string& FrontBytes() const { return queue_.front().bytes; }
+    // A dead line: nothing goes out until the client leaves.
+    bool Stalled() const {
+        return !Empty() && Front().kind == Emission::kEndless && Front().bytes.empty();
+    }
+    const Emission& Front() const { return queue_.front(); }
     size_t Offset() const { return offset_; }
+    // What to write next: the rest of the front, or for an endless front a run of its
+    // pattern that goes on from where the last write stopped.
+    std::string_view Next(std::string& scratch) const {
+        const std::string& bytes = Front().bytes;
+        if (Front().kind != Emission::kEndless)
+            return std::string_view(bytes).substr(offset_);
+        scratch.clear();
+        for (size_t i = 0; scratch.size() < 4096; ++i)
+            scratch.push_back(bytes[(offset_ + i) % bytes.size()]);
+        return scratch;
+    }
     void Consume(size_t n) {
         offset_ += n;
-        if (offset_ >= queue_.front().bytes.size())
+        if (Front().kind == Emission::kEndless)
+            offset_ %= Front().bytes.size();
+        else if (offset_ >= Front().bytes.size())
             Pop();
     }
     void Pop() {
@@ -144,7 +165,7 @@ private:
             wake = std::min(wake, *deadline);
         if (hangupAt_)
             wake = std::min(wake, *hangupAt_);
-        const bool wantWrite = connected_ && !outbox_.Empty() && !hangupAt_;
+        const bool wantWrite = connected_ && !outbox_.Empty() && !outbox_.Stalled() && !hangupAt_;
         if (wantWrite)
             wake = std::min(wake, nextByte_);
 
@@ -221,9 +242,13 @@ private:
         modem_.LinkReset();
         const size_t dropped = outbox_.PendingBytes();
         outbox_.Clear();
-        log_.Line("LINK",
-                  "client closed" +
-                      (dropped > 0 ? ", " + std::to_string(dropped) + " bytes unsent" : ""));
+        log_.Line(
+            "LINK",
+            "client closed" +
+                (dropped > 0 ? ", " + std::to_string(dropped) + " bytes unsent" : "") +
+                (endlessSent_ > 0 ? ", " + std::to_string(endlessSent_) + " endless bytes sent"
+                                  : ""));
+        endlessSent_ = 0;
     }
 
     void Collect() {
@@ -244,8 +269,10 @@ private:
     }
 
     void Write() {
-        while (!outbox_.Empty() && !hangupAt_) {
-            if (outbox_.Front().kind == Emission::kDisconnect) {
+        std::string scratch;
+        while (!outbox_.Empty() && !outbox_.Stalled() && !hangupAt_) {
+            const Emission& front = outbox_.Front();
+            if (front.kind == Emission::kDisconnect) {
                 outbox_.Pop();
                 hangupAt_ = Clock::now() + kHangupGrace;
                 return;
@@ -253,16 +280,19 @@ private:
             const Clock::time_point now = Clock::now();
             if (now < nextByte_)
                 return;
-            const std::string& bytes = outbox_.FrontBytes();
-            size_t count = bytes.size() - outbox_.Offset();
-            if (byteDelay_.count() > 0)
-                count = 1;  // a slow phone, one byte at a time
-            const ssize_t n = write(link_.fd(), bytes.data() + outbox_.Offset(), count);
+            const std::chrono::microseconds delay = std::max(byteDelay_, front.byteDelay);
+            const bool endless = front.kind == Emission::kEndless;
+            std::string_view bytes = outbox_.Next(scratch);
+            if (delay.count() > 0)
+                bytes = bytes.substr(0, 1);  // a slow phone, one byte at a time
+            const ssize_t n = write(link_.fd(), bytes.data(), bytes.size());
             if (n <= 0)
                 return;  // full (EAGAIN) or the client just left
             outbox_.Consume(static_cast<size_t>(n));
-            if (byteDelay_.count() > 0)
-                nextByte_ = now + byteDelay_;
+            if (endless)
+                endlessSent_ += static_cast<size_t>(n);
+            if (delay.count() > 0)
+                nextByte_ = now + delay;
         }
     }
 
@@ -284,6 +314,7 @@ private:
     PtyLink link_;
     Outbox outbox_;
     bool connected_ = false;
+    size_t endlessSent_ = 0;
     Clock::time_point nextByte_{};
     std::optional<Clock::time_point> hangupAt_;
 };

@@ -153,6 +153,17 @@ void Modem::CommandLine(const std::string& raw) {
         log_.Line("FAULT", "silence " + key);
         return;
     }
+    const size_t first = output_.size();
+    Answer(raw, line, at, key);
+    if (FaultFires(config_.slow, key)) {
+        log_.Line("FAULT", "slow answer to " + key);
+        for (size_t i = first; i < output_.size(); ++i)
+            output_[i].byteDelay = config_.slowByteDelay;
+    }
+}
+
+void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
+                   const std::string& key) {
     if (echo_)
         output_.push_back({Emission::kBytes, raw + "\r"});
     if (at == std::string::npos)
@@ -814,6 +825,29 @@ void Modem::Reply(const std::string& bytes, const std::string& line) {
         log_.Line("FAULT", "disconnect in the answer to " + line);
         output_.push_back({Emission::kDisconnect, {}});
         return;
+    }
+    if (FaultFires(config_.dead, line)) {
+        Send(bytes.substr(0, bytes.size() / 2));
+        log_.Line("FAULT", "line dead in the answer to " + line);
+        output_.push_back({Emission::kEndless, {}});
+        return;
+    }
+    const struct {
+        std::vector<FaultRule>& rules;
+        const char* what;
+        std::string bytes;
+    } endless[] = {
+        {config_.endlessNul, "NUL bytes", std::string(1, '\0')},
+        {config_.endlessGarbage, "garbage", config_.garbageBytes},
+        {config_.endlessRing, "RING", Info("RING")},
+    };
+    for (const auto& e : endless) {
+        if (FaultFires(e.rules, line)) {
+            log_.Line("FAULT",
+                      std::string("endless ") + e.what + " instead of the answer to " + line);
+            output_.push_back({Emission::kEndless, e.bytes});
+            return;
+        }
     }
     Send(bytes);
 }

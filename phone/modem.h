@@ -21,8 +21,11 @@
 namespace tarnik::phone {
 
 struct Emission {
-    enum Kind { kBytes, kDisconnect } kind = kBytes;
+    // kEndless: `bytes` over and over (nothing at all when empty), holding back whatever
+    // follows until the client closes the port.
+    enum Kind { kBytes, kDisconnect, kEndless } kind = kBytes;
     std::string bytes;
+    std::chrono::microseconds byteDelay{0};  // a pause before each byte, for a slow line
 };
 
 class Modem {
@@ -62,6 +65,7 @@ private:
     };
 
     void CommandLine(const std::string& line);
+    void Answer(const std::string& raw, const std::string& line, size_t at, const std::string& key);
     void PromptByte(char c, Clock::time_point now);
     void Submit(const std::string& pdu, Clock::time_point now);
     Result Execute(const std::string& name, const std::string& suffix);

@@ -44,6 +44,12 @@ TEST(ParseConfig, ReadsEverySection) {
               "garbage = at+cmgl=4\n"
               "garbage_bytes = 00ff\n"
               "error = 1 at+cpms=\"mt\"\n"
+              "endless_nul = at+cmgl=4\n"
+              "endless_garbage = 3 AT\n"
+              "endless_ring = AT+CPMS=\"SM\"\n"
+              "dead = 1 AT+CMGS=18\n"
+              "slow = at\n"
+              "slow_byte_ms = 40\n"
               "[phone]\n"
               "smsc = +4860\n",
               c, error))
@@ -88,6 +94,19 @@ TEST(ParseConfig, ReadsEverySection) {
     ASSERT_EQ(c.error.size(), 1u);
     EXPECT_EQ(c.error[0].command, "AT+CPMS=\"MT\"");
     EXPECT_EQ(c.error[0].remaining, 1);
+    const std::pair<const std::vector<FaultRule>*, FaultRule> lineFaults[] = {
+        {&c.endlessNul, {"AT+CMGL=4", -1}},
+        {&c.endlessGarbage, {"AT", 3}},
+        {&c.endlessRing, {"AT+CPMS=\"SM\"", -1}},
+        {&c.dead, {"AT+CMGS=18", 1}},
+        {&c.slow, {"AT", -1}},
+    };
+    for (const auto& [rules, rule] : lineFaults) {
+        ASSERT_EQ(rules->size(), 1u) << rule.command;
+        EXPECT_EQ(rules->front().command, rule.command);
+        EXPECT_EQ(rules->front().remaining, rule.remaining);
+    }
+    EXPECT_EQ(c.slowByteDelay.count(), 40000);
 }
 
 // A mistyped file must not silently give a different phone than the one meant.
@@ -119,6 +138,9 @@ TEST(ParseConfig, NamesTheLineOfEveryMistake) {
         {"[fault]\ndisconnect = 0 AT\n", "bad value for 'disconnect'"},
         {"[fault]\nerror = 2\n", "bad value for 'error'"},
         {"[fault]\ngarbage_bytes = F\n", "bad value for 'garbage_bytes'"},
+        {"[fault]\nendless_ring = RING\n", "bad value for 'endless_ring'"},
+        {"[fault]\nslow_byte_ms = 0\n", "bad value for 'slow_byte_ms'"},
+        {"[fault]\nflood = AT\n", "unknown key 'flood' in [fault]"},
         {"key without value\n", "expected key = value"},
     };
     for (const auto& c : cases) {

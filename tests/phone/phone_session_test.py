@@ -365,5 +365,63 @@ garbage = 1 AT+CPMS="SM"
         self.assertFalse(os.path.lexists(self.phone.link))
 
 
+class LineFaultTest(PhoneTest):
+    """Lines that hold a client: each fault fires once, and lasts until the client closes."""
+    CONFIG = """
+[fault]
+endless_nul = 1 AT+CGMI
+endless_garbage = 1 AT+CGMM
+garbage_bytes = FF003F
+endless_ring = 1 AT+CGMR
+dead = 1 AT+CGSN
+slow = 1 AT+CIMI
+slow_byte_ms = 40
+"""
+
+    def reopen(self):
+        self.client.close()
+        self.phone.wait_log("LINK client closed", len(self.phone.wait_log("LINK client opened")))
+        self.client = self.phone.open()
+        self.addCleanup(self.client.close)
+
+    def test_endless_bytes_instead_of_the_answer(self):
+        cases = [("AT+CGMI", b"\0", "TARNIK"), ("AT+CGMM", b"\xff\x00\x3f", "TP-1 pty"),
+                 ("AT+CGMR", b"\r\nRING\r\n", "1.0")]
+        for command, pattern, answer in cases:
+            c = self.client
+            c.write(command.encode() + b"\r")
+            echo = command.encode() + b"\r"
+            data = b""
+            while len(data) < len(echo) + 3 * 4096:
+                c._fill(time.monotonic() + 2)
+                data, c.buffer = data + c.buffer, b""
+            flood = data[len(echo):]
+            self.assertEqual(data[:len(echo)], echo, command)
+            self.assertEqual(flood, (pattern * len(flood))[:len(flood)], command)
+            self.reopen()
+            self.assertIn(answer.encode(), self.client.command(command), command)
+        sent = [l for l in self.phone.log() if l.startswith("LINK client closed")]
+        self.assertEqual(len(sent), 3)
+        self.assertTrue(all(" endless bytes sent" in l for l in sent), sent)
+
+    def test_dead_line_keeps_the_pty(self):
+        c = self.client
+        target = os.readlink(self.phone.link)
+        c.write(b"AT+CGSN\r")
+        self.assertEqual(c.read_for(0.5), b"AT+CGSN\r\r\n3500000000")  # half, then nothing
+        c.write(b"AT\r")
+        self.assertEqual(c.read_for(0.5), b"")
+        self.assertEqual(os.readlink(self.phone.link), target)
+        self.reopen()
+        self.assertEqual(self.client.command("AT+CGSN"), b"AT+CGSN\r\r\n350000000000006\r\n\r\nOK\r\n")
+
+    def test_slow_answer_comes_byte_by_byte(self):
+        c = self.client
+        start = time.monotonic()
+        answer = b"AT+CIMI\r\r\n260019876543210\r\n\r\nOK\r\n"
+        self.assertEqual(c.command("AT+CIMI"), answer)
+        self.assertGreaterEqual(time.monotonic() - start, (len(answer) - 1) * 0.04)
+
+
 if __name__ == "__main__":
     unittest.main()
