@@ -4,7 +4,7 @@
 #pragma once
 
 #include "link/os_seams.h"
-#include "plugin/translator.h"
+#include "text/translator.h"
 
 namespace tarnik {
 

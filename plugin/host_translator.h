@@ -4,7 +4,8 @@
 #include <string>
 
 #include "plugin/host_services.h"
-#include "plugin/translator.h"
+#include "text/translator.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
@@ -12,9 +13,8 @@ class HostTranslator final : public Translator {
 public:
     std::u16string Text(uint32_t id, std::u16string_view defaultText) override {
         const std::u16string terminated(defaultText);
-        const wchar_t* text = Tr(id, reinterpret_cast<const wchar_t*>(terminated.c_str()));
-        return text != nullptr ? std::u16string(reinterpret_cast<const char16_t*>(text))
-                               : terminated;
+        const wchar_t* text = Tr(id, AsWide(terminated));
+        return text != nullptr ? std::u16string(AsUtf16(text)) : terminated;
     }
 };
 

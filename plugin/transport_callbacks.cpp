@@ -10,20 +10,16 @@
 #include "plugin/host_translator.h"
 #include "plugin/plugin_state.h"
 #include "send/send_job.h"
+#include "text/wide_text.h"
 #include "win32/append_progress.h"
 
 namespace tarnik {
 
 namespace {
 
-std::u16string Wide(const wchar_t* text) {
-    return text != nullptr ? std::u16string(reinterpret_cast<const char16_t*>(text))
-                           : std::u16string();
-}
-
 // Wide text to the narrow text the phone gets, as the host converts it.
 std::string HostNarrow(const std::u16string& text) {
-    std::unique_ptr<char[]> narrow(wtom(reinterpret_cast<const wchar_t*>(text.c_str())));
+    std::unique_ptr<char[]> narrow(wtom(AsWide(text)));
     return narrow ? std::string(narrow.get()) : std::string();
 }
 
@@ -42,9 +38,9 @@ intptr_t Send(SmstSendInfo* request) {
 
     std::vector<std::u16string> recipients;
     for (int32_t i = 0; i < request->recipientCount; ++i) {
-        recipients.push_back(Wide(request->recipients[i]));
+        recipients.emplace_back(AsUtf16(request->recipients[i]));
     }
-    return RunSendJob(profile, Wide(request->messageText), recipients, request->recipientState,
+    return RunSendJob(profile, AsUtf16(request->messageText), recipients, request->recipientState,
                       env);
 }
 

@@ -21,7 +21,7 @@ stage() {  # name, command...
 }
 
 portable_core_has_no_windows_h() {
-    ! grep -rlE '#\s*include\s*[<"]windows\.h[>"]' pdu link send download
+    ! grep -rlE '#\s*include\s*[<"]windows\.h[>"]' pdu text link send download
 }
 
 native() {

@@ -5,7 +5,7 @@
 
 #include "pdu/code_page.h"
 #include "pdu/pdu_decoder.h"
-#include "plugin/text_format.h"
+#include "text/text_format.h"
 
 namespace tarnik {
 

@@ -6,7 +6,7 @@
 #include "link/mobile_core.h"
 #include "link/profile_link.h"
 #include "pdu/submit_encoder.h"
-#include "plugin/text_format.h"
+#include "text/text_format.h"
 #include "send/report_wait.h"
 
 namespace tarnik {

@@ -11,6 +11,7 @@
 #include "plugin/plugin_state.h"
 #include "plugin/transport_id.h"
 #include "res/resource_ids.h"
+#include "text/wide_text.h"
 #include "ui/profile_chooser.h"
 
 namespace tarnik {
@@ -35,10 +36,6 @@ constexpr COLORREF kWhite = 0xFFFFFF;
 constexpr DWORD kListExtendedStyles = LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER;  // 0x10020
 constexpr uint32_t kProfileEntrySize = 32;
 constexpr intptr_t kMaxProfileEntries = 65536;
-
-const wchar_t* Wide(const std::u16string& text) {
-    return reinterpret_cast<const wchar_t*>(text.c_str());
-}
 
 }  // namespace
 
@@ -192,9 +189,9 @@ void CWndSmsDownload::SaveSelectedToArchive() {
             ArchiveEntryOf(groups_[row], static_cast<int64_t>(std::time(nullptr)));
         ArchiveSmsRecord record{};
         record.size = sizeof record;
-        record.text = Wide(entry.text);
-        record.meta = Wide(entry.meta);
-        record.number = Wide(entry.number);
+        record.text = AsWide(entry.text);
+        record.meta = AsWide(entry.meta);
+        record.number = AsWide(entry.number);
         record.direction = entry.direction;
         record.time = entry.time;
         CallService(L"Ar/WriteSMS", &record, 0);

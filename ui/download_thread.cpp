@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "plugin/host_translator.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
@@ -13,7 +14,7 @@ namespace {
 void SetCell(HWND listView, int row, int column, const std::u16string& text) {
     LVITEMW cell{};
     cell.iSubItem = column;
-    cell.pszText = const_cast<wchar_t*>(reinterpret_cast<const wchar_t*>(text.c_str()));
+    cell.pszText = const_cast<wchar_t*>(AsWide(text));
     SendMessageW(listView, LVM_SETITEMTEXTW, static_cast<WPARAM>(row),
                  reinterpret_cast<LPARAM>(&cell));
 }
@@ -27,8 +28,7 @@ public:
     void Detach() override {}
 
     void ShowStatus(const std::u16string& text) override {
-        SetWindowTextW(static_cast<HWND>(job_.statusLabel),
-                       reinterpret_cast<const wchar_t*>(text.c_str()));
+        SetWindowTextW(static_cast<HWND>(job_.statusLabel), AsWide(text));
     }
     void ClearList() override {
         SendMessageW(static_cast<HWND>(job_.listView), LVM_DELETEALLITEMS, 0, 0);

@@ -8,9 +8,10 @@
 #include "plugin/host_services.h"
 #include "plugin/host_translator.h"
 #include "plugin/plugin_state.h"
-#include "plugin/text_format.h"
 #include "plugin/transport_callbacks.h"
 #include "res/resource_ids.h"
+#include "text/text_format.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
@@ -21,10 +22,9 @@ constexpr uint32_t kPortRangeEnd = 16;
 constexpr uint32_t kMaxProfilePort = 255;
 
 std::wstring PortItemText(const std::wstring& name, uint32_t number) {
-    const std::u16string text = FormatText(
-        u"%s (COM %d)", {std::u16string_view(reinterpret_cast<const char16_t*>(name.c_str())),
-                         static_cast<int64_t>(number)});
-    return std::wstring(text.begin(), text.end());
+    const std::u16string text =
+        FormatText(u"%s (COM %d)", {AsUtf16(name.c_str()), static_cast<int64_t>(number)});
+    return std::wstring(AsWide(text));
 }
 
 // The COM link library appends to these through plain callbacks.
@@ -33,7 +33,7 @@ void AppendNumber(void* self, uint32_t value) {
 }
 void AppendName(void* self, const char16_t* text) {
     static_cast<std::vector<std::wstring>*>(self)->emplace_back(
-        reinterpret_cast<const wchar_t*>(text != nullptr ? text : u""));
+        AsWide(text != nullptr ? text : u""));
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ void CWndGsmConfig::SelectStoredPort() {
     HostTranslator texts;
     const std::u16string text =
         FormatText(texts.Text(1027, u"Nieznany (COM %d)"), {static_cast<int64_t>(profile.comPort)});
-    const int index = portList_.AddString(std::wstring(text.begin(), text.end()));
+    const int index = portList_.AddString(AsWide(text));
     if (index < 0)
         return;
     portList_.SetItemData(index, profile.comPort);

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "send/progress_log.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
@@ -17,7 +18,7 @@ class ListBoxProgress final : public ProgressLog {
 public:
     explicit ListBoxProgress(HWND listBox) : listBox_(listBox) {}
     void Append(const std::u16string& text, bool toLastLine) override {
-        AppendProgress(listBox_, reinterpret_cast<const wchar_t*>(text.c_str()), toLastLine);
+        AppendProgress(listBox_, AsWide(text), toLastLine);
     }
 
 private:

@@ -2,13 +2,14 @@
 #include <windows.h>
 
 #include "pdu/code_page.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
 std::string NarrowFromUtf16(std::u16string_view wide) {
     if (wide.empty())
         return {};
-    const auto* units = reinterpret_cast<const wchar_t*>(wide.data());
+    const wchar_t* units = AsWide(wide.data());
     const int count = static_cast<int>(wide.size());
     // No best fit: a character the code page lacks becomes the default character.
     const int size =
@@ -28,8 +29,7 @@ std::u16string WidenNarrow(std::string_view narrow) {
     if (size <= 0)
         return {};
     std::u16string out(static_cast<size_t>(size), u'\0');
-    MultiByteToWideChar(CP_ACP, 0, narrow.data(), count, reinterpret_cast<wchar_t*>(out.data()),
-                        size);
+    MultiByteToWideChar(CP_ACP, 0, narrow.data(), count, AsWide(out.data()), size);
     return out;
 }
 

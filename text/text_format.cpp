@@ -1,4 +1,4 @@
-#include "plugin/text_format.h"
+#include "text/text_format.h"
 
 namespace tarnik {
 
