@@ -16,7 +16,7 @@ constexpr wchar_t kDialogClass[] = L"#32770";
 
 // The menu entry the host would show: the first item a plug-in added.
 const MenuEntry* ArchiveEntry(const Host& host) {
-    for (const MenuEntry& item : host.menu) {
+    for (const MenuEntry& item : host.registered.menu()) {
         if (item.callback != nullptr)
             return &item;
     }
@@ -30,7 +30,7 @@ intptr_t Invoke(Host& host) {
     const MenuCallbackFn callback = item->callback;  // the callback may change the menu
     const std::wstring id = item->id;
     const intptr_t result = callback(0, 0);
-    host.Print("MENU-INVOKE id=" + Quote(id) + " -> " + std::to_string(result));
+    host.output.Print("MENU-INVOKE id=" + Quote(id) + " -> " + std::to_string(result));
     return result;
 }
 
@@ -105,12 +105,12 @@ bool ArchivePageCommand(Host& host, const CommandArgs& args, std::string& error)
         // A person at the screen: until every window of the page is closed or hidden.
         PumpUntil([] { return !AnyDialogShown(); });
     } else {
-        DialogDriver driver(host, args[0], invoker);
+        DialogDriver driver(host.output, args[0], invoker);
         PumpUntil([&driver] { return driver.Done(); });
         ok = driver.Finish();
     }
     DestroyWindow(invoker);
-    host.Print("ARCHIVE-PAGE script=" + std::string(ok ? "done" : "failed"));
+    host.output.Print("ARCHIVE-PAGE script=" + std::string(ok ? "done" : "failed"));
     if (!ok)
         error = "the archive page script failed";
     return ok;

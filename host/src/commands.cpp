@@ -19,7 +19,7 @@ using PluginUnloadFn = int (*)();
 
 template <class Function>
 Function Export(Host& host, const char* name, std::string& error) {
-    const FARPROC address = host.PluginExport(name, error);
+    const FARPROC address = host.plugin.Export(name, error);
     Function function = nullptr;
     static_assert(sizeof function == sizeof address, "code pointers are all alike");
     std::memcpy(&function, &address, sizeof function);
@@ -39,7 +39,7 @@ std::string Binding(Host& host) {
         return "no";
     }
     if (hrx::g_pF != nullptr && hrx::g_pTrans != nullptr &&
-        hrx::g_pF->functions.fnCall == host.functionTable()->fnCall) {
+        hrx::g_pF->functions.fnCall == host.table.get()->fnCall) {
         return "yes";
     }
     return "inconsistent";
@@ -77,16 +77,16 @@ bool Info(Host& host, const CommandArgs&, std::string& error) {
         return false;
     }
     const PluginInfo* info = query();
-    host.Print("INFO address=" + Host::Where(info));
+    host.output.Print("INFO address=" + Where(info));
     if (info == nullptr) {
         error = "queryPlugInfo returned null";
         return false;
     }
     const auto text = [&](const char* field, const wchar_t* value) {
-        host.Print(std::string("INFO ") + field + "=" + QuoteOrNull(value));
+        host.output.Print(std::string("INFO ") + field + "=" + QuoteOrNull(value));
     };
-    host.Print("INFO size=" + std::to_string(info->size));
-    host.Print("INFO reserved4=" + std::to_string(info->reserved4));
+    host.output.Print("INFO size=" + std::to_string(info->size));
+    host.output.Print("INFO reserved4=" + std::to_string(info->reserved4));
     text("shortName", info->shortName);
     text("description", info->description);
     text("legalNotice", info->legalNotice);
@@ -94,14 +94,14 @@ bool Info(Host& host, const CommandArgs&, std::string& error) {
     text("email", info->email);
     text("webAddress", info->webAddress);
     text("updateManifest", info->updateManifest);
-    host.Print("INFO version=" + Version(info->version));
-    host.Print("INFO moduleVersion=" + Version(info->moduleVersion));
-    host.Print("INFO three=" + std::to_string(info->three));
-    host.Print("INFO reserved84=" + std::to_string(info->reserved84));
-    host.Print("INFO reserved88=" + Host::Where(info->reserved88));
+    host.output.Print("INFO version=" + Version(info->version));
+    host.output.Print("INFO moduleVersion=" + Version(info->moduleVersion));
+    host.output.Print("INFO three=" + std::to_string(info->three));
+    host.output.Print("INFO reserved84=" + std::to_string(info->reserved84));
+    host.output.Print("INFO reserved88=" + Where(info->reserved88));
     text("pluginId", info->pluginId);
-    host.Print("INFO reserved104=" + Host::Where(info->reserved104[0]) + "," +
-               Host::Where(info->reserved104[1]) + "," + Host::Where(info->reserved104[2]));
+    host.output.Print("INFO reserved104=" + Where(info->reserved104[0]) + "," +
+                      Where(info->reserved104[1]) + "," + Where(info->reserved104[2]));
     if (info->size != sizeof(PluginInfo)) {
         error = "the record's size is " + std::to_string(info->size) + ", not " +
                 std::to_string(sizeof(PluginInfo));
@@ -115,8 +115,8 @@ bool Load(Host& host, const CommandArgs&, std::string& error) {
     if (load == nullptr) {
         return false;
     }
-    const int result = load(0, host.functionTable());
-    host.Print("LOAD -> " + std::to_string(result) + " bound=" + Binding(host));
+    const int result = load(0, host.table.get());
+    host.output.Print("LOAD -> " + std::to_string(result) + " bound=" + Binding(host));
     return true;
 }
 
@@ -149,37 +149,38 @@ bool Unload(Host& host, const CommandArgs&, std::string& error) {
         return false;
     }
     const int result = unload();
-    host.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host) +
-               " windows=" + std::to_string(WindowsOf(host.plugin())));
+    host.output.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host) +
+                      " windows=" + std::to_string(WindowsOf(host.plugin.handle())));
     return true;
 }
 
 bool Transports(Host& host, const CommandArgs&, std::string&) {
-    host.Print("TRANSPORTS count=" + std::to_string(host.transports.size()));
-    for (const RegisteredTransport& t : host.transports) {
-        host.Print("TRANSPORT id=" + Quote(t.id) + " name=" + Quote(t.name) +
-                   " number10=" + std::to_string(t.number10) + " maxSingleText=" +
-                   std::to_string(t.maxSingleText) + " number50=" + std::to_string(t.number50) +
-                   " send=" + Host::Where(reinterpret_cast<const void*>(t.send)) +
-                   " configure=" + Host::Where(reinterpret_cast<const void*>(t.configure)));
+    host.output.Print("TRANSPORTS count=" + std::to_string(host.registered.transports().size()));
+    for (const RegisteredTransport& t : host.registered.transports()) {
+        host.output.Print("TRANSPORT id=" + Quote(t.id) + " name=" + Quote(t.name) +
+                          " number10=" + std::to_string(t.number10) +
+                          " maxSingleText=" + std::to_string(t.maxSingleText) +
+                          " number50=" + std::to_string(t.number50) +
+                          " send=" + Where(reinterpret_cast<const void*>(t.send)) +
+                          " configure=" + Where(reinterpret_cast<const void*>(t.configure)));
     }
     return true;
 }
 
 bool Menu(Host& host, const CommandArgs&, std::string&) {
-    host.Print("MENU count=" + std::to_string(host.menu.size()));
-    for (const MenuEntry& item : host.menu) {
-        host.Print("MENU-ITEM id=" + Quote(item.id) + " parent=" + Quote(item.parent) +
-                   " caption=" + Quote(item.caption) +
-                   " position=" + std::to_string(item.position) +
-                   " callback=" + Host::Where(reinterpret_cast<const void*>(item.callback)) +
-                   " instance=" + Host::Where(item.instance));
+    host.output.Print("MENU count=" + std::to_string(host.registered.menu().size()));
+    for (const MenuEntry& item : host.registered.menu()) {
+        host.output.Print("MENU-ITEM id=" + Quote(item.id) + " parent=" + Quote(item.parent) +
+                          " caption=" + Quote(item.caption) +
+                          " position=" + std::to_string(item.position) +
+                          " callback=" + Where(reinterpret_cast<const void*>(item.callback)) +
+                          " instance=" + Where(item.instance));
     }
     return true;
 }
 
 bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
-    for (const MenuEntry& item : host.menu) {
+    for (const MenuEntry& item : host.registered.menu()) {
         if (item.id == args[0]) {
             if (item.callback == nullptr) {
                 error = "menu item " + Utf8(args[0]) + " has no callback";
@@ -188,7 +189,8 @@ bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
             // Copied: the callback may add or replace menu items.
             const MenuEntry chosen = item;
             const intptr_t result = chosen.callback(0, 0);
-            host.Print("MENU-INVOKE id=" + Quote(chosen.id) + " -> " + std::to_string(result));
+            host.output.Print("MENU-INVOKE id=" + Quote(chosen.id) + " -> " +
+                              std::to_string(result));
             return true;
         }
     }
@@ -197,18 +199,18 @@ bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
 }
 
 std::string RecordHex(const StoredProfile& profile) {
-    const std::vector<uint8_t> record = Host::RecordBytes(profile);
+    const std::vector<uint8_t> record = RecordBytes(profile);
     return HexBytes(record.data(), record.size());
 }
 
 bool Profiles(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<StoredProfile>& profiles = host.profiles();
-    host.Print("PROFILES count=" + std::to_string(profiles.size()));
+    const std::vector<StoredProfile>& profiles = host.profiles.Records();
+    host.output.Print("PROFILES count=" + std::to_string(profiles.size()));
     for (size_t i = 0; i < profiles.size(); ++i) {
         const StoredProfile& p = profiles[i];
-        host.Print("PROFILE index=" + std::to_string(i) + " name=" + Quote(p.name) +
-                   " transportId=" + Quote(p.transportId) + " bytes=" + RecordHex(p) +
-                   " base64=" + Quote(p.base64));
+        host.output.Print("PROFILE index=" + std::to_string(i) + " name=" + Quote(p.name) +
+                          " transportId=" + Quote(p.transportId) + " bytes=" + RecordHex(p) +
+                          " base64=" + Quote(p.base64));
     }
     return true;
 }
@@ -223,49 +225,60 @@ bool AddProfile(Host& host, const CommandArgs& args, std::string& error) {
     profile.name = args[0];
     if (args.size() > 2) {
         profile.transportId = args[2];
-    } else if (!host.transports.empty()) {
-        profile.transportId = host.transports.front().id;
+    } else if (!host.registered.transports().empty()) {
+        profile.transportId = host.registered.transports().front().id;
     } else {
         profile.transportId = kDefaultTransportId;
     }
     profile.base64 = WideFromUtf8(Base64Encode(*bytes));
-    if (!host.AddProfile(profile, error)) {
+    for (const std::wstring* field : {&profile.name, &profile.transportId, &profile.base64}) {
+        if (field->find_first_of(L"\t\r\n") != std::wstring::npos) {
+            error = "profile fields cannot hold tabs or line breaks";
+            return false;
+        }
+    }
+    if (!host.profiles.Append(profile, error)) {
         return false;
     }
-    host.Print("ADD-PROFILE index=" + std::to_string(host.profiles().size() - 1) +
-               " name=" + Quote(profile.name) + " transportId=" + Quote(profile.transportId) +
-               " base64=" + Quote(profile.base64));
+    host.output.Print("ADD-PROFILE index=" + std::to_string(host.profiles.Records().size() - 1) +
+                      " name=" + Quote(profile.name) + " transportId=" +
+                      Quote(profile.transportId) + " base64=" + Quote(profile.base64));
     return true;
 }
 
 bool Archive(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<ArchivedSms>& archive = host.archive();
-    host.Print("ARCHIVE count=" + std::to_string(archive.size()));
+    const std::vector<ArchivedSms>& archive = host.archive.Records();
+    host.output.Print("ARCHIVE count=" + std::to_string(archive.size()));
     for (size_t i = 0; i < archive.size(); ++i) {
-        host.Print("ARCHIVE-RECORD index=" + std::to_string(i) + " " +
-                   Host::ArchiveLine(archive[i]) + " utc=\"" + UtcText(archive[i].time) + "\"");
+        host.output.Print("ARCHIVE-RECORD index=" + std::to_string(i) + " " +
+                          StoreLine(archive[i]) + " utc=\"" + UtcText(archive[i].time) + "\"");
     }
     return true;
 }
 
 bool Log(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<LogRecord>& log = host.log();
-    host.Print("LOG count=" + std::to_string(log.size()));
+    const std::vector<LogRecord>& log = host.log.Records();
+    host.output.Print("LOG count=" + std::to_string(log.size()));
     for (size_t i = 0; i < log.size(); ++i) {
-        host.Print("LOG-ENTRY index=" + std::to_string(i) + " " + Host::LogLine(log[i]));
+        host.output.Print("LOG-ENTRY index=" + std::to_string(i) + " " + StoreLine(log[i]));
     }
     return true;
 }
 
 bool Free(Host& host, const CommandArgs&, std::string&) {
-    const HMODULE module = host.plugin();
-    const size_t menuBefore = host.menu.size();
-    const size_t transportsBefore = host.transports.size();
-    const std::string where = Host::Where(module);
-    host.FreePlugin();
-    host.Print("FREE module=" + where +
-               " droppedMenuItems=" + std::to_string(menuBefore - host.menu.size()) +
-               " droppedTransports=" + std::to_string(transportsBefore - host.transports.size()));
+    const HMODULE module = host.plugin.handle();
+    const size_t menuBefore = host.registered.menu().size();
+    const size_t transportsBefore = host.registered.transports().size();
+    const std::string where = Where(module);  // before the module goes
+    if (module != nullptr) {
+        host.registered.ForgetModule(module);
+        host.services.ForgetModule(module);
+        host.plugin.Free();
+    }
+    host.output.Print("FREE module=" + where + " droppedMenuItems=" +
+                      std::to_string(menuBefore - host.registered.menu().size()) +
+                      " droppedTransports=" +
+                      std::to_string(transportsBefore - host.registered.transports().size()));
     return true;
 }
 

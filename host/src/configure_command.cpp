@@ -16,16 +16,17 @@ constexpr size_t kProfileBuffer = 64;
 constexpr uint32_t kUntouched = 0xFFFFFFFF;
 
 bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
-    StoredProfile* profile = nullptr;
+    size_t index = 0;
     const RegisteredTransport* transport = nullptr;
-    if (!host.FindProfile(args[0], profile, transport, error))
+    if (!FindProfile(host, args[0], index, transport, error))
         return false;
     if (transport->configure == nullptr) {
         error = "the transport of profile " + Utf8(args[0]) + " is not registered";
         return false;
     }
 
-    const std::vector<uint8_t> record = Host::RecordBytes(*profile);
+    StoredProfile profile = host.profiles.Records()[index];
+    const std::vector<uint8_t> record = RecordBytes(profile);
     std::vector<uint8_t> buffer(kProfileBuffer, 0xEE);
     std::copy_n(record.begin(), std::min(record.size(), kProfileBuffer), buffer.begin());
 
@@ -37,22 +38,22 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
     // With a script, a driver plays the user on its own thread while the dialog runs here.
     std::unique_ptr<DialogDriver> driver;
     if (args.size() > 1)
-        driver = std::make_unique<DialogDriver>(host, args[1]);
+        driver = std::make_unique<DialogDriver>(host.output, args[1]);
     const intptr_t result = transport->configure(&request);
     if (driver != nullptr && !driver->Finish()) {
         error = "the dialog script failed";
         return false;
     }
 
-    host.Print("CONFIGURE -> " + std::to_string(result) + " written=" +
-               (request.writtenLength == kUntouched ? std::string("untouched")
-                                                    : std::to_string(request.writtenLength)) +
-               " bytes=" + HexBytes(buffer.data(), 13) +
-               " after=" + HexBytes(buffer.data() + 13, 3));
+    host.output.Print(
+        "CONFIGURE -> " + std::to_string(result) + " written=" +
+        (request.writtenLength == kUntouched ? std::string("untouched")
+                                             : std::to_string(request.writtenLength)) +
+        " bytes=" + HexBytes(buffer.data(), 13) + " after=" + HexBytes(buffer.data() + 13, 3));
     if (request.writtenLength == 13) {
-        profile->base64 =
+        profile.base64 =
             WideFromUtf8(Base64Encode(std::vector<uint8_t>(buffer.begin(), buffer.begin() + 13)));
-        if (!host.SaveProfiles(error))
+        if (!host.profiles.Replace(index, profile, error))
             return false;
     }
     return true;

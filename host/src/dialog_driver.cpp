@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "host.h"
+#include "output.h"
 #include "text.h"
 
 namespace tarnik::host {
@@ -140,8 +140,8 @@ bool IsButton(HWND window) {
 
 }  // namespace
 
-DialogDriver::DialogDriver(Host& host, std::wstring script, HWND menu)
-    : host_(host), script_(std::move(script)), menu_(menu), thread_([this] {
+DialogDriver::DialogDriver(Output& output, std::wstring script, HWND menu)
+    : output_(output), script_(std::move(script)), menu_(menu), thread_([this] {
           Run();
           if (!ok_) {
               // The windows the script left behind may hold the host's thread in a modal
@@ -176,7 +176,7 @@ void DialogDriver::Run() {
         // is open, the dialog that owns it may be the one that takes no input); a pause
         // needs none.
         if (verb == L"time") {
-            host_.Print("TIME ms=" + std::to_string(GetTickCount64()));
+            output_.Print("TIME ms=" + std::to_string(GetTickCount64()));
             continue;
         }
         if (verb == L"wait") {
@@ -347,7 +347,7 @@ bool DialogDriver::ListStep(HWND dialog, const std::wstring& verb, std::wistream
     if (verb == L"rows") {
         HWND header = reinterpret_cast<HWND>(SendMessageW(list, LVM_GETHEADER, 0, 0));
         const int columns = static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0));
-        host_.Print(
+        output_.Print(
             "LIST rows=" + std::to_string(count) + " columns=" + std::to_string(columns) +
             " exstyle=" +
             Hex(static_cast<uint64_t>(SendMessageW(list, LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0))));
@@ -359,19 +359,19 @@ bool DialogDriver::ListStep(HWND dialog, const std::wstring& verb, std::wistream
             column.cchTextMax = 256;
             SendMessageW(list, LVM_GETCOLUMNW, static_cast<WPARAM>(c),
                          reinterpret_cast<LPARAM>(&column));
-            host_.Print("COLUMN index=" + std::to_string(c) + " title=" + Quote(title) +
-                        " width=" + std::to_string(column.cx) +
-                        " format=" + std::to_string(column.fmt & LVCFMT_JUSTIFYMASK));
+            output_.Print("COLUMN index=" + std::to_string(c) + " title=" + Quote(title) +
+                          " width=" + std::to_string(column.cx) +
+                          " format=" + std::to_string(column.fmt & LVCFMT_JUSTIFYMASK));
         }
         for (int row = 0; row < count; ++row) {
             const auto state = static_cast<UINT>(SendMessageW(
                 list, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_SELECTED | LVIS_FOCUSED));
-            host_.Print("ROW index=" + std::to_string(row) +
-                        " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
-                        " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0") + " name=" +
-                        Quote(ListText(list, row, 0)) + " number=" + Quote(ListText(list, row, 1)) +
-                        " date=" + Quote(ListText(list, row, 2)) +
-                        " text=" + Quote(ListText(list, row, 3)));
+            output_.Print("ROW index=" + std::to_string(row) +
+                          " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
+                          " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0") +
+                          " name=" + Quote(ListText(list, row, 0)) + " number=" +
+                          Quote(ListText(list, row, 1)) + " date=" + Quote(ListText(list, row, 2)) +
+                          " text=" + Quote(ListText(list, row, 3)));
         }
         return true;
     }
@@ -444,7 +444,7 @@ bool DialogDriver::MenuStep(const std::wstring& verb, std::wistream& in) {
         return false;
     const int count = GetMenuItemCount(menu);
     if (verb == L"menu-dump") {
-        host_.Print("MENU-POPUP items=" + std::to_string(count));
+        output_.Print("MENU-POPUP items=" + std::to_string(count));
         for (int i = 0; i < count; ++i) {
             wchar_t text[256] = {};
             MENUITEMINFOW info{};
@@ -454,12 +454,12 @@ bool DialogDriver::MenuStep(const std::wstring& verb, std::wistream& in) {
             info.cch = 256;
             GetMenuItemInfoW(menu, static_cast<UINT>(i), TRUE, &info);
             if ((info.fType & MFT_SEPARATOR) != 0) {
-                host_.Print("MENU-ENTRY index=" + std::to_string(i) + " separator=1");
+                output_.Print("MENU-ENTRY index=" + std::to_string(i) + " separator=1");
                 continue;
             }
-            host_.Print("MENU-ENTRY index=" + std::to_string(i) +
-                        " id=" + std::to_string(info.wID) + " text=" + Quote(text) +
-                        " enabled=" + ((info.fState & MFS_DISABLED) != 0 ? "0" : "1"));
+            output_.Print("MENU-ENTRY index=" + std::to_string(i) +
+                          " id=" + std::to_string(info.wID) + " text=" + Quote(text) +
+                          " enabled=" + ((info.fState & MFS_DISABLED) != 0 ? "0" : "1"));
         }
         return true;
     }
@@ -497,9 +497,9 @@ void DialogDriver::Layout(HWND dialog) {
     // become with this machine's fonts.
     RECT units{0, 0, 4, 8};
     MapDialogRect(dialog, &units);
-    host_.Print("LAYOUT caption=" + Quote(TextOf(dialog)) +
-                " client=" + std::to_string(client.right) + "," + std::to_string(client.bottom) +
-                " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
+    output_.Print("LAYOUT caption=" + Quote(TextOf(dialog)) +
+                  " client=" + std::to_string(client.right) + "," + std::to_string(client.bottom) +
+                  " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
     std::vector<HWND> windows;
     EnumChildWindows(
         dialog,
@@ -509,15 +509,15 @@ void DialogDriver::Layout(HWND dialog) {
         },
         reinterpret_cast<LPARAM>(&windows));
     for (HWND window : windows) {
-        host_.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
-                    " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
-                    " visible=" + (IsWindowVisible(window) ? "1" : "0") +
-                    " text=" + Quote(TextOf(window)));
+        output_.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
+                      " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
+                      " visible=" + (IsWindowVisible(window) ? "1" : "0") +
+                      " text=" + Quote(TextOf(window)));
     }
 }
 
 void DialogDriver::Dump(HWND dialog) {
-    host_.Print("DIALOG caption=" + Quote(TextOf(dialog)));
+    output_.Print("DIALOG caption=" + Quote(TextOf(dialog)));
     for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
          child = GetWindow(child, GW_HWNDNEXT)) {
         std::string line = "CONTROL id=" + std::to_string(GetDlgCtrlID(child)) +
@@ -546,7 +546,7 @@ void DialogDriver::Dump(HWND dialog) {
                     std::to_string(SendMessageW(child, CB_GETITEMDATA, static_cast<WPARAM>(i), 0));
             }
         }
-        host_.Print(line);
+        output_.Print(line);
     }
 }
 

@@ -11,7 +11,7 @@
 
 namespace tarnik::host {
 
-class Host;
+class Output;
 
 // Steps, separated by ';':
 //   dump                  print the dialog and every control: id, class, enabled, text,
@@ -45,7 +45,7 @@ class DialogDriver {
 public:
     // Starts on its own thread and waits for a dialog of this process to appear. `menu`,
     // when given, is a window of the host's thread whose WM_APP runs the menu entry.
-    DialogDriver(Host& host, std::wstring script, HWND menu = nullptr);
+    DialogDriver(Output& output, std::wstring script, HWND menu = nullptr);
     ~DialogDriver();  // waits for the script to finish
     DialogDriver(const DialogDriver&) = delete;
     DialogDriver& operator=(const DialogDriver&) = delete;
@@ -68,7 +68,7 @@ private:
     bool MenuStep(const std::wstring& verb, std::wistream& in);
     void Layout(HWND dialog);
 
-    Host& host_;
+    Output& output_;
     std::wstring script_;
     HWND menu_;
     bool ok_ = true;

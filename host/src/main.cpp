@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "files.h"
 #include "host.h"
 #include "services.h"
 #include "text.h"

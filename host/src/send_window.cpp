@@ -62,15 +62,16 @@ void PumpMessages() {
 }  // namespace
 
 bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
-    StoredProfile* profile = nullptr;
+    size_t index = 0;
     const RegisteredTransport* transport = nullptr;
-    if (!host.FindProfile(args[0], profile, transport, error))
+    if (!FindProfile(host, args[0], index, transport, error))
         return false;
     if (transport->send == nullptr) {
         error = "the transport of profile " + Utf8(args[0]) + " is not registered";
         return false;
     }
-    const std::vector<uint8_t> record = Host::RecordBytes(*profile);
+    const StoredProfile profile = host.profiles.Records()[index];
+    const std::vector<uint8_t> record = RecordBytes(profile);
 
     const std::wstring& text = args[1];
     std::vector<std::wstring> numbers(args.begin() + 2, args.end());
@@ -79,7 +80,7 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
         recipients.push_back(n.c_str());
     std::vector<int32_t> states(numbers.size(), 1);
 
-    HWND window = CreateSendWindow(L"Wysyłanie SMS: " + profile->name);
+    HWND window = CreateSendWindow(L"Wysyłanie SMS: " + profile.name);
     if (window == nullptr) {
         error = "the send window could not be created (no display?)";
         return false;
@@ -94,9 +95,9 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
     request.messageText = text.c_str();
     request.progressList = GetDlgItem(window, kListId);
 
-    host.Trace("SEND-CALL profile=" + Quote(profile->name) +
-               " bytes=" + HexBytes(record.data(), record.size()) +
-               " recipients=" + std::to_string(recipients.size()));
+    host.output.Trace("SEND-CALL profile=" + Quote(profile.name) +
+                      " bytes=" + HexBytes(record.data(), record.size()) +
+                      " recipients=" + std::to_string(recipients.size()));
     const DWORD started = GetTickCount();
     const intptr_t result = transport->send(&request);
     const DWORD elapsed = GetTickCount() - started;
@@ -110,14 +111,14 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
         SendMessageW(list, LB_GETTEXT, static_cast<WPARAM>(i),
                      reinterpret_cast<LPARAM>(line.data()));
         line.resize(std::wcslen(line.c_str()));
-        host.Print("SEND-LINE index=" + std::to_string(i) + " text=" + Quote(line));
+        host.output.Print("SEND-LINE index=" + std::to_string(i) + " text=" + Quote(line));
     }
     for (size_t i = 0; i < numbers.size(); ++i) {
-        host.Print("SEND-RECIPIENT index=" + std::to_string(i) + " number=" + Quote(numbers[i]) +
-                   " state=" + std::to_string(states[i]));
+        host.output.Print("SEND-RECIPIENT index=" + std::to_string(i) +
+                          " number=" + Quote(numbers[i]) + " state=" + std::to_string(states[i]));
     }
-    host.Print("SEND -> " + std::to_string(result));
-    host.Print("SEND-TIME ms=" + std::to_string(elapsed));
+    host.output.Print("SEND -> " + std::to_string(result));
+    host.output.Print("SEND-TIME ms=" + std::to_string(elapsed));
     return true;
 }
 
@@ -132,7 +133,7 @@ bool HoldCommand(Host& host, const CommandArgs& args, std::string& error) {
         PumpMessages();
         Sleep(20);
     }
-    host.Print("HOLD " + std::to_string(ms));
+    host.output.Print("HOLD " + std::to_string(ms));
     return true;
 }
 

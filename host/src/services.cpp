@@ -8,6 +8,7 @@
 #include <cwchar>
 #include <initializer_list>
 
+#include "files.h"
 #include "host.h"
 #include "text.h"
 
@@ -24,12 +25,12 @@ std::string Number(intptr_t value) {
 }
 
 std::string Pointer(intptr_t value) {
-    return Host::Where(reinterpret_cast<const void*>(value));
+    return Where(reinterpret_cast<const void*>(value));
 }
 
 template <class Function>
 std::string Code(Function function) {
-    return Host::Where(reinterpret_cast<const void*>(function));
+    return Where(reinterpret_cast<const void*>(function));
 }
 
 // The record behind the first argument, when it is there and carries the host's size.
@@ -102,7 +103,10 @@ intptr_t Log(ServiceCall& call) {
     if (entry->message != nullptr) {
         record.message = entry->message;
     }
-    call.host.AppendLog(record);
+    std::string error;
+    if (!call.host.log.Append(record, error)) {
+        Warn(error);
+    }
     return 0;
 }
 
@@ -146,12 +150,11 @@ intptr_t GetMyConfigFile(ServiceCall& call) {
 
 SettingsObject* FindSettings(ServiceCall& call) {
     call.args += " handle=" + Number(call.first);
-    const auto found = call.host.settings.find(call.first);
-    if (found == call.host.settings.end()) {
+    SettingsObject* object = call.host.settings.Find(call.first);
+    if (object == nullptr) {
         Refuse(call, "unknown handle");
-        return nullptr;
     }
-    return &found->second;
+    return object;
 }
 
 intptr_t SettingsInit(ServiceCall& call) {
@@ -161,9 +164,7 @@ intptr_t SettingsInit(ServiceCall& call) {
         Refuse(call, "no path");
         return 0;
     }
-    const intptr_t handle = call.host.nextSettingsHandle++;
-    call.host.settings[handle] = {path, reinterpret_cast<ModuleHandle>(call.second), {}};
-    return handle;
+    return call.host.settings.Open({path, reinterpret_cast<ModuleHandle>(call.second), {}});
 }
 
 intptr_t SettingsRead(ServiceCall& call) {
@@ -202,18 +203,18 @@ intptr_t SettingsDestroy(ServiceCall& call) {
     if (object->instance != reinterpret_cast<ModuleHandle>(call.second)) {
         call.outcome += " warning=\"instance differs from the one given to Init\"";
     }
-    call.host.settings.erase(call.first);
+    call.host.settings.Close(call.first);
     return 0;
 }
 
 intptr_t MenuAdd(ServiceCall& call) {
     const MenuItemDef* item = CheckedRecord<MenuItemDef>(call);
     if (item != nullptr) {
-        call.args +=
-            " itemId=" + QuoteOrNull(item->itemId) + " parent=" + QuoteOrNull(item->parentMenu) +
-            " caption=" + QuoteOrNull(item->caption) +
-            " position=" + std::to_string(item->position) + " callback=" + Code(item->callback) +
-            " instance=" + Host::Where(item->instance);
+        call.args += " itemId=" + QuoteOrNull(item->itemId) +
+                     " parent=" + QuoteOrNull(item->parentMenu) +
+                     " caption=" + QuoteOrNull(item->caption) +
+                     " position=" + std::to_string(item->position) +
+                     " callback=" + Code(item->callback) + " instance=" + Where(item->instance);
         CheckReserved(
             call, item,
             {TARNIK_RESERVED(MenuItemDef, reserved4), TARNIK_RESERVED(MenuItemDef, reserved32),
@@ -234,14 +235,8 @@ intptr_t MenuAdd(ServiceCall& call) {
                     item->position,
                     item->callback,
                     item->instance};
-    auto& menu = call.host.menu;
-    const auto same = std::find_if(menu.begin(), menu.end(),
-                                   [&](const MenuEntry& e) { return e.id == entry.id; });
-    if (same != menu.end()) {
-        *same = entry;
+    if (call.host.registered.Keep(entry)) {
         call.outcome += " replaced=1";
-    } else {
-        menu.push_back(entry);
     }
     return 0;
 }
@@ -273,15 +268,8 @@ intptr_t SmstRegister(ServiceCall& call) {
                                   info->number10,    info->maxSingleText,
                                   info->number50,    info->send,
                                   info->configure};
-    auto& transports = call.host.transports;
-    const auto same =
-        std::find_if(transports.begin(), transports.end(),
-                     [&](const RegisteredTransport& t) { return t.id == transport.id; });
-    if (same != transports.end()) {
-        *same = transport;
+    if (call.host.registered.Keep(transport)) {
         call.outcome += " replaced=1";
-    } else {
-        transports.push_back(transport);
     }
     return 0;
 }
@@ -289,28 +277,21 @@ intptr_t SmstRegister(ServiceCall& call) {
 intptr_t SmstUnregister(ServiceCall& call) {
     const auto* id = reinterpret_cast<const wchar_t*>(call.first);
     call.args += " transportId=" + QuoteOrNull(id) + " second=" + Number(call.second);
-    auto& transports = call.host.transports;
-    const auto found = id == nullptr
-                           ? transports.end()
-                           : std::find_if(transports.begin(), transports.end(),
-                                          [&](const RegisteredTransport& t) { return t.id == id; });
-    if (found == transports.end()) {
+    if (id == nullptr || !call.host.registered.DropTransport(id)) {
         Refuse(call, "not registered");
         return -1;
     }
-    transports.erase(found);
     return 0;
 }
 
 intptr_t SmstEnumerate(ServiceCall& call) {
-    const std::vector<StoredProfile>& profiles = call.host.profiles();
+    const std::vector<StoredProfile>& profiles = call.host.profiles.Records();
     if (call.first == 0) {
         call.args += " entries=null second=" + Number(call.second);
         // The SMS plug-in's count is a 32-bit int; the upper half of the pointer-sized
         // result is whatever its register held, so a caller must not read it.
         constexpr uint64_t kUndefinedUpperHalf = 0xCCCCCCCC00000000ull;
-        return static_cast<intptr_t>(kUndefinedUpperHalf |
-                                     static_cast<uint32_t>(profiles.size()));
+        return static_cast<intptr_t>(kUndefinedUpperHalf | static_cast<uint32_t>(profiles.size()));
     }
     auto* entries = reinterpret_cast<SmstProfileEntry*>(call.first);
     const intptr_t count = call.second;
@@ -319,7 +300,7 @@ intptr_t SmstEnumerate(ServiceCall& call) {
         return 0;
     }
     // The texts of the previous enumeration go now; the new ones stay until the next.
-    call.host.enumerationTexts.clear();
+    call.host.enumerationTexts.Clear();
     std::string badSize;
     std::string dirty;
     int32_t filled = 0;
@@ -337,13 +318,10 @@ intptr_t SmstEnumerate(ServiceCall& call) {
         if (static_cast<size_t>(i) >= profiles.size()) {
             continue;
         }
-        auto& texts = call.host.enumerationTexts;
-        texts.push_back(profiles[static_cast<size_t>(i)].base64);
-        entry.profileData = texts.back().c_str();
-        texts.push_back(profiles[static_cast<size_t>(i)].transportId);
-        entry.transportId = texts.back().c_str();
-        texts.push_back(profiles[static_cast<size_t>(i)].name);
-        entry.profileName = texts.back().c_str();
+        const StoredProfile& profile = profiles[static_cast<size_t>(i)];
+        entry.profileData = call.host.enumerationTexts.Keep(profile.base64);
+        entry.transportId = call.host.enumerationTexts.Keep(profile.transportId);
+        entry.profileName = call.host.enumerationTexts.Keep(profile.name);
         ++filled;
     }
     call.outcome += " filled=" + std::to_string(filled);
@@ -391,8 +369,11 @@ intptr_t ArWriteSms(ServiceCall& call) {
     if (record.direction != 1 && record.direction != 2) {
         call.outcome += " warning=\"direction is neither 1 (received) nor 2 (sent)\"";
     }
-    call.host.AppendArchive(record);
-    call.outcome += " index=" + std::to_string(call.host.archive().size() - 1);
+    std::string error;
+    if (!call.host.archive.Append(record, error)) {
+        Warn(error);
+    }
+    call.outcome += " index=" + std::to_string(call.host.archive.Records().size() - 1);
     return 0;
 }
 
