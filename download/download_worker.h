@@ -4,8 +4,8 @@
 // list, with one status line of progress in the profile chooser.
 //
 // The windows it works on stay behind DownloadUi, so that this part builds without the
-// platform. The platform's thread routine takes ownership of the DownloadJob, builds its
-// DownloadUi over the job's windows, calls RunDownload and releases the job last.
+// platform; the platform's thread routine builds its DownloadUi over its windows and
+// calls RunDownload.
 #pragma once
 
 #include <cstdint>
@@ -17,22 +17,6 @@
 #include "plugin/gsm_profile.h"
 
 namespace tarnik {
-
-// Platform handles carried through untouched (HWND and HANDLE on Windows); only the
-// platform's DownloadUi looks into them.
-using WindowHandle = void*;
-using ThreadHandle = void*;
-
-// The worker thread's one argument. The chooser fills it and gives it away when it
-// starts the thread; the worker releases it as its last act.
-struct DownloadJob {
-    GsmProfile profile{};
-    ThreadHandle* threadHandleSlot = nullptr;  // the chooser's handle of this very thread
-    WindowHandle listView = nullptr;           // the download dialog's message list
-    WindowHandle statusLabel = nullptr;  // the chooser's status line; its parent is the chooser
-    std::vector<MessageGroup>* groups = nullptr;  // the download dialog's rows, one per group
-    std::vector<WindowHandle> reenableWindows;    // Cancel, OK, profile list, in this order
-};
 
 // What the worker does to windows, and nothing more. Each call reaches a window of the
 // user-interface thread synchronously, while that thread runs the chooser's modal loop.
@@ -53,7 +37,7 @@ public:
     // Closes the handle in the chooser's thread-handle slot and leaves the slot all ones,
     // the platform's invalid handle: nobody waits for this thread.
     virtual void ReleaseThreadHandle() = 0;
-    // Enables the job's re-enable windows again, in the job's order.
+    // Enables the chooser's controls again (Cancel, OK, profile list, in this order).
     virtual void ReenableWindows() = 0;
     // Ends the chooser, the status line's parent dialog, with `result`.
     virtual void EndChooser(int result) = 0;

@@ -28,28 +28,26 @@ public:
     void Detach() override {}
 
     void ShowStatus(const std::u16string& text) override {
-        SetWindowTextW(static_cast<HWND>(job_.statusLabel), AsWide(text));
+        SetWindowTextW(job_.statusLabel, AsWide(text));
     }
-    void ClearList() override {
-        SendMessageW(static_cast<HWND>(job_.listView), LVM_DELETEALLITEMS, 0, 0);
-    }
+    void ClearList() override { SendMessageW(job_.listView, LVM_DELETEALLITEMS, 0, 0); }
     void FillList(const std::vector<MessageGroup>& groups) override {
-        LoadGroupsIntoList(groups, static_cast<HWND>(job_.listView));
+        LoadGroupsIntoList(groups, job_.listView);
     }
     void ReleaseThreadHandle() override {
         if (job_.threadHandleSlot == nullptr)
             return;
-        HANDLE own = static_cast<HANDLE>(*job_.threadHandleSlot);
+        HANDLE own = *job_.threadHandleSlot;
         if (own != nullptr && own != INVALID_HANDLE_VALUE)
             CloseHandle(own);
         *job_.threadHandleSlot = INVALID_HANDLE_VALUE;
     }
     void ReenableWindows() override {
-        for (WindowHandle window : job_.reenableWindows)
-            EnableWindow(static_cast<HWND>(window), TRUE);
+        for (HWND window : job_.reenableWindows)
+            EnableWindow(window, TRUE);
     }
     void EndChooser(int result) override {
-        HWND chooser = GetParent(static_cast<HWND>(job_.statusLabel));
+        HWND chooser = GetParent(job_.statusLabel);
         SendMessageW(chooser, kEndChooserMessage, static_cast<WPARAM>(result), 0);
     }
 

@@ -4,9 +4,22 @@
 
 #include <windows.h>
 
+#include <vector>
+
 #include "download/download_worker.h"
 
 namespace tarnik {
+
+// The worker thread's one argument. The chooser fills it and gives it away when it
+// starts the thread; the worker releases it as its last act.
+struct DownloadJob {
+    GsmProfile profile{};
+    HANDLE* threadHandleSlot = nullptr;  // the chooser's handle of this very thread
+    HWND listView = nullptr;             // the download dialog's message list
+    HWND statusLabel = nullptr;          // the chooser's status line; its parent is the chooser
+    std::vector<MessageGroup>* groups = nullptr;  // the download dialog's rows, one per group
+    std::vector<HWND> reenableWindows;            // Cancel, OK, profile list, in this order
+};
 
 // Sent by the worker to the chooser (the status line's parent) to end it with WPARAM as
 // the result: a modal dialog can only be ended from the thread that runs it.

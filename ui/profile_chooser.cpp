@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "download/download_worker.h"
 #include "plugin/host_services.h"
 #include "plugin/profile_entry.h"
 #include "res/resource_ids.h"
@@ -96,8 +95,8 @@ void CWndModemConfig::OnDownload() {
     // profile) closes the handle it finds there.
     HANDLE thread = CreateThread(nullptr, 0, DownloadWorker, job.get(), CREATE_SUSPENDED, nullptr);
     if (thread == nullptr) {
-        for (WindowHandle window : job->reenableWindows)
-            EnableWindow(static_cast<HWND>(window), TRUE);
+        for (HWND window : job->reenableWindows)
+            EnableWindow(window, TRUE);
         status_.SetText(Tr(1036, L"Zakończono."));
         return;
     }
