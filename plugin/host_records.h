@@ -1,6 +1,7 @@
-// Records exchanged with the host and its SMS plug-in inside one 64-bit process. Their
-// sizes and offsets are the host's, so each is checked at compile time. Every record
-// starts with its own size and is zeroed before it is filled (value-initialise them: {}).
+// Records exchanged with the host and its SMS plug-in inside one 64-bit process, and the
+// identifier of our transport in them. The sizes and offsets are the host's, so each is
+// checked at compile time. Every record starts with its own size and is zeroed before it
+// is filled (value-initialise them: {}). The host stand-in includes this header too.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +12,22 @@ namespace tarnik {
 using WideText = const wchar_t*;  // zero-terminated UTF-16
 using WindowHandle = void*;       // HWND
 using ModuleHandle = void*;       // HINSTANCE
+
+// The identifier under which our transport registers with the SMS plug-in, unregisters,
+// and recognises its own profiles among every transport's.
+constexpr wchar_t kTransportId[] = L"3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35";
+static_assert(sizeof kTransportId / sizeof kTransportId[0] == 37, "36 characters, no braces");
+
+// Exact, case-sensitive, over the 36 characters and the terminating zero.
+inline bool IsOurTransport(const wchar_t* transportId) {
+    if (transportId == nullptr)
+        return false;
+    for (int i = 0; i < 37; ++i) {
+        if (transportId[i] != kTransportId[i])
+            return false;
+    }
+    return true;
+}
 
 struct PluginInfo {
     uint32_t size;

@@ -12,7 +12,6 @@
 #include "plugin/host_services.h"
 #include "plugin/plugin_state.h"
 #include "plugin/transport_callbacks.h"
-#include "plugin/transport_id.h"
 #include "ui/archive_page.h"
 
 namespace tarnik {

@@ -9,7 +9,6 @@
 #include "plugin/host_records.h"
 #include "plugin/host_services.h"
 #include "plugin/plugin_state.h"
-#include "plugin/transport_id.h"
 #include "res/resource_ids.h"
 #include "text/wide_text.h"
 #include "ui/profile_chooser.h"

@@ -33,8 +33,8 @@ struct MenuEntry {
     ModuleHandle instance = nullptr;
 };
 
-// Transport id used when no plug-in has registered one.
-inline constexpr const wchar_t* kDefaultTransportId = L"3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35";
+// Transport id used when no plug-in has registered one: the plug-in's own.
+inline constexpr const wchar_t* kDefaultTransportId = kTransportId;
 
 class Registrations {
 public:

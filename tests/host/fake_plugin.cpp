@@ -17,7 +17,7 @@ using namespace tarnik;
 
 namespace {
 
-constexpr wchar_t kTransportId[] = L"FAKE-0000-TRANSPORT";
+constexpr wchar_t kFakeTransportId[] = L"FAKE-0000-TRANSPORT";
 constexpr wchar_t kModule[] = L"Tarnik";
 
 HMODULE self = nullptr;
@@ -103,7 +103,7 @@ intptr_t OnMenu(intptr_t, intptr_t) {
 
     for (int32_t i = 0; i < total; ++i) {
         const SmstProfileEntry& entry = entries[static_cast<size_t>(i)];
-        if (std::wcscmp(entry.transportId, kTransportId) != 0) {
+        if (std::wcscmp(entry.transportId, kFakeTransportId) != 0) {
             continue;
         }
         char* utf8 = wtou(entry.profileData);
@@ -181,7 +181,7 @@ extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* function
     }
     SmstTransportInfo transport{};
     transport.size = sizeof transport;
-    transport.transportId = kTransportId;
+    transport.transportId = kFakeTransportId;
     transport.displayName = hrx::g_pTrans->msg(kModule, 1001, L"Transport próbny");
     transport.number10 = 10;
     transport.maxSingleText = 160;
@@ -208,7 +208,7 @@ extern "C" __declspec(dllexport) int pluginUnload() {
     hrx::g_pF->functions.fnCall(L"HRX/Settings/Write", settingsHandle, 0);
     hrx::g_pF->functions.fnCall(L"HRX/Settings/Destroy", settingsHandle,
                                 reinterpret_cast<intptr_t>(self));
-    Call(L"SMST/Unregister", kTransportId, 0);
+    Call(L"SMST/Unregister", kFakeTransportId, 0);
     libHrxTerminate();
     return 0;
 }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "plugin/transport_id.h"
+#include "plugin/host_records.h"
 
 namespace tarnik {
 namespace {
