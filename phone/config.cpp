@@ -57,6 +57,9 @@ constexpr char kHelp[] =
     "  delay_ms = N              from \"+CMGS:\" to the report (default 2000)\n"
     "  status = N, N, ...        TP-Status of reports in order, last repeated (default 0)\n"
     "  cds_smsc = on|off         whether +CDS PDUs carry the SMSC field (default on)\n"
+    "  recipient = NUMBER        TP-RA of every report, instead of the submission's TP-DA\n"
+    "  indication = TEXT         sent instead of the report (nothing is stored); repeat\n"
+    "                            the key for more lines\n"
     "\n"
     "[fault]    COMMAND is a whole command line, case ignored; N limits how often the\n"
     "           fault fires (default: every time)\n"
@@ -400,6 +403,14 @@ private:
         }
         if (key == "cds_smsc")
             return ParseBool(value, config_.cdsWithSmsc);
+        if (key == "recipient") {
+            config_.reportRecipient = value;
+            return !value.empty() && value.find_first_not_of("+0123456789") == std::string::npos;
+        }
+        if (key == "indication") {
+            config_.reportIndication.push_back(value);
+            return true;
+        }
         known = false;
         return false;
     }

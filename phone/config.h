@@ -58,6 +58,10 @@ struct PhoneConfig {
     std::chrono::milliseconds reportDelay{2000};
     std::vector<uint8_t> reportStatuses{0x00};  // one per report, the last repeated
     bool cdsWithSmsc = true;
+    // Quirks of a network or a phone that a client must survive: reports for another
+    // number than the one submitted to, and an indication text sent instead of each report.
+    std::string reportRecipient;
+    std::vector<std::string> reportIndication;  // its lines, joined with CR LF
 
     std::chrono::microseconds byteDelay{0};
 

@@ -742,7 +742,9 @@ void Modem::Submit(const std::string& pdu, Clock::time_point now) {
         report.due = now + config_.reportDelay;
         report.fields.smsc = smsc_;
         report.fields.messageRef = static_cast<uint8_t>(mr);
-        report.fields.recipient = header.destination;
+        report.fields.recipient = config_.reportRecipient.empty()
+                                      ? header.destination
+                                      : AddressField(config_.reportRecipient);
         report.fields.submitted = wallClock_();
         pending_.push_back(report);
     }
@@ -784,6 +786,14 @@ void Modem::DeliverReport(const PendingReport& report) {
     std::snprintf(status, sizeof status, "0x%02X", report.fields.status);
     const std::string about =
         "mr=" + std::to_string(report.fields.messageRef) + " status=" + status + " pdu=" + pdu;
+    if (!config_.reportIndication.empty()) {
+        std::string text;
+        for (const std::string& line : config_.reportIndication)
+            text += (text.empty() ? "" : "\r\n") + line;
+        log_.Line("REPORT", "indication instead of " + about);
+        Send(Info(text));
+        return;
+    }
     const int mode = cnmi_[0];
     const int ds = cnmi_[3];
     if (ds == 1 && mode != 0) {

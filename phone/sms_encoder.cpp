@@ -87,7 +87,11 @@ std::string TimeStampSemiOctets(std::time_t when) {
     AppendTwoDigits(digits, local.tm_min);
     AppendTwoDigits(digits, local.tm_sec);
     std::string out = SwapSemiOctets(digits);
-    const long offset = local.tm_gmtoff;
+    // The zone as local minus universal time; tm_gmtoff would say it, but not on Windows.
+    std::tm utc{};
+    gmtime_r(&when, &utc);
+    utc.tm_isdst = local.tm_isdst;
+    const long offset = static_cast<long>(std::difftime(when, std::mktime(&utc)));
     const int quarters = static_cast<int>(std::labs(offset) / (15 * 60)) % 80;
     const int tens = quarters / 10 | (offset < 0 ? 0x08 : 0);
     out.push_back(static_cast<char>('0' + quarters % 10));

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "link/link_library_abi.h"
+#include "tests/enumerated_ports.h"
 
 namespace {
 
@@ -235,15 +236,10 @@ TEST_F(ComLink, OpenFailsWithZeroForPortsThatCannotBeOpened) {
 }
 
 TEST_F(ComLink, EnumerationListsTheConfiguredPortWithItsName) {
-    std::vector<uint32_t> numbers;
-    std::vector<std::u16string> names;
-    LinkUIntArray numberArray{&numbers, [](void* self, uint32_t value) {
-                                  static_cast<std::vector<uint32_t>*>(self)->push_back(value);
-                              }};
-    LinkWStringArray nameArray{&names, [](void* self, const char16_t* text) {
-                                   static_cast<std::vector<std::u16string>*>(self)->push_back(text);
-                               }};
-    const int32_t count = enum_(&numberArray, &nameArray);
+    tarnik::test::EnumeratedPorts ports;
+    const std::vector<uint32_t>& numbers = ports.numbers;
+    const std::vector<std::u16string>& names = ports.names;
+    const int32_t count = enum_(&ports.numberArray, &ports.nameArray);
 
     ASSERT_EQ(numbers.size(), names.size());
     EXPECT_EQ(count, int32_t(numbers.size()));

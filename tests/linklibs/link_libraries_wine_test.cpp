@@ -1,7 +1,7 @@
 // The link libraries as the plug-in meets them on Windows: loaded by bare file name with
 // LoadLibraryW (this program sits in the libraries' folder, the first place Windows looks),
 // entry points found with GetProcAddress. Under Wine neither radio exists; the COM port is
-// a pseudo-terminal that wine_com_driver.py links in as COM<n> and answers from.
+// the emulated phone's pseudo-terminal, which wine_com_driver.py links in as COM<n>.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "link/link_library_abi.h"
+#include "tests/enumerated_ports.h"
 
 namespace {
 
@@ -102,7 +103,7 @@ TEST(RadioLinks, DeviceEnumerationAddsOneComboBoxEntryPerDevice) {
     DestroyWindow(combo);
 }
 
-// Set by wine_com_driver.py: the port linked to its pseudo-terminal, and one that is not.
+// Set by wine_com_driver.py: the port of the emulated phone, and one that does not exist.
 uint32_t PortFromEnvironment(const char* variable) {
     const char* text = std::getenv(variable);
     return text != nullptr ? uint32_t(std::strtoul(text, nullptr, 10)) : 0;
@@ -152,15 +153,10 @@ protected:
 };
 
 TEST_F(ComLink, EnumerationListsThePortWithItsName) {
-    std::vector<uint32_t> numbers;
-    std::vector<std::u16string> names;
-    LinkUIntArray numberArray{&numbers, [](void* self, uint32_t value) {
-                                  static_cast<std::vector<uint32_t>*>(self)->push_back(value);
-                              }};
-    LinkWStringArray nameArray{&names, [](void* self, const char16_t* text) {
-                                   static_cast<std::vector<std::u16string>*>(self)->push_back(text);
-                               }};
-    const int32_t count = enum_(&numberArray, &nameArray);
+    tarnik::test::EnumeratedPorts ports;
+    const std::vector<uint32_t>& numbers = ports.numbers;
+    const std::vector<std::u16string>& names = ports.names;
+    const int32_t count = enum_(&ports.numberArray, &ports.nameArray);
     EXPECT_EQ(count, int32_t(numbers.size()));
     ASSERT_EQ(numbers.size(), names.size());
     const auto at = std::find(numbers.begin(), numbers.end(), port_);
@@ -178,20 +174,23 @@ TEST_F(ComLink, MissingPortFailsWithZero) {
     EXPECT_EQ(open_(missing_), kLinkComClosed);
 }
 
-// The driver answers each line below with the reply next to it, and checks that the bytes
-// reached it unchanged and that nothing of its own came back.
+// The emulated phone, echo on, answers each line below: the bytes must cross the port
+// unchanged both ways (the LF inside the PDU, which the phone echoes, and the Ctrl-Z that
+// ends it included), or the phone refuses the PDU or the answer differs.
 TEST_F(ComLink, ConversationWithThePhone) {
     const intptr_t port = open_(port_);
     ASSERT_NE(port, kLinkComClosed);
     char buffer[256] = {};
     EXPECT_LE(read_(port, buffer, 255), 0) << "nothing waits yet";
 
+    const std::string pdu = "00112F0B918406214365F70000AA04\nD4F29C0E";
     const struct {
         std::string sent;
         std::string answer;
     } exchanges[] = {
-        {"AT\r", "\r\nOK\r\n"},
-        {std::string("0011\n00\x1a", 8), "\r\n> "},
+        {"AT\r", "AT\r\r\nOK\r\n"},
+        {"AT+CMGS=18\r", "AT+CMGS=18\r\r\n> "},
+        {pdu + "\x1a", pdu + "\r\n+CMGS: 1\r\n\r\nOK\r\n"},
     };
     for (const auto& e : exchanges) {
         EXPECT_EQ(write_(port, e.sent.data(), uint32_t(e.sent.size())), int32_t(e.sent.size()));

@@ -2,82 +2,31 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <set>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/unit/link_fakes.h"
+#include "tests/unit/marked_texts.h"
 #include "tests/unit/pdu_builders.h"
 
 namespace tarnik {
 namespace {
 
 using test::Deliver7Bit;
+using test::EmulatedPhone;
 using test::FakeClock;
 using test::FakeLibrary;
 using test::FakeModules;
-
-// A phone whose storages each hold PDUs; a storage it does not have is refused, and so is
-// the listing of one marked refused. Commands in `silentTo` get no answer at all.
-struct ListingPhone {
-    struct Storage {
-        std::vector<std::string> pdus;
-        bool refusesListing = false;
-    };
-    bool answersAt = true;
-    std::map<std::string, Storage> storages;
-    std::set<std::string> silentTo;
-
-    std::vector<std::string> commands;
-
-    void Attach(FakeLibrary& lib) {
-        lib.onWrite = [this](FakeLibrary& l, const std::string& data) { Handle(l, data); };
-    }
-
-private:
-    void Handle(FakeLibrary& lib, std::string data) {
-        while (!data.empty() && data.back() == '\r')
-            data.pop_back();
-        commands.push_back(data);
-        if (silentTo.count(data) != 0)
-            return;
-        const std::string echo = data + "\r";
-        const std::string prefix = "AT+CPMS=\"";
-        if (data == "AT") {
-            if (answersAt)
-                lib.reads.push_back(echo + "\r\nOK\r\n");
-        } else if (data.rfind(prefix, 0) == 0) {
-            const std::string name = data.substr(prefix.size(), 2);
-            const bool has = storages.count(name) != 0;
-            if (has)
-                selected_ = name;
-            lib.reads.push_back(echo + (has ? "\r\n+CPMS: 1,20,1,20,1,20\r\n\r\nOK\r\n"
-                                            : "\r\n+CMS ERROR: 302\r\n"));
-        } else if (data == "AT+CMGL=4" && !selected_.empty() &&
-                   !storages[selected_].refusesListing) {
-            std::string listing = echo + "\r\n";
-            int index = 0;
-            for (const std::string& pdu : storages[selected_].pdus) {
-                listing += "+CMGL: " + std::to_string(++index) + ",1,," +
-                           std::to_string(pdu.size() / 2 - 1) + "\r\n" + pdu + "\r\n";
-            }
-            lib.reads.push_back(listing + "\r\nOK\r\n");
-        } else {
-            lib.reads.push_back(echo + "\r\nERROR\r\n");
-        }
-    }
-
-    std::string selected_;
-};
+using Events = std::vector<std::u16string>;
 
 // The windows as the worker leaves them, and every operation in the order it came.
 class RecordingUi final : public DownloadUi {
 public:
     void Attach() override { events.push_back(u"attach"); }
     void Detach() override { events.push_back(u"detach"); }
-    void ShowStatus(const std::u16string& text) override { events.push_back(u"status " + text); }
+    void ShowStatus(const std::u16string& text) override { events.push_back(text); }
     void ClearList() override { events.push_back(u"clear"); }
     void FillList(const std::vector<MessageGroup>& groups) override {
         events.push_back(u"fill");
@@ -91,31 +40,33 @@ public:
         events.push_back(u"end " + std::u16string(1, static_cast<char16_t>(u'0' + result)));
     }
 
-    std::vector<std::u16string> events;
+    Events events;
     const std::vector<MessageGroup>* filled = nullptr;
     bool fillFails = false;
 };
 
-// Statuses are translated: the run shows what the translator gives, not the default.
-class Numbered final : public Translator {
-public:
-    std::u16string Text(uint32_t id, std::u16string_view defaultText) override {
-        asked.push_back(id);
-        return std::u16string(defaultText);
-    }
-    std::vector<uint32_t> asked;
-};
+// A configuration line per stored PDU of one storage.
+std::string Stored(const char* storage, const std::vector<std::string>& pdus) {
+    std::string config = std::string("[storage ") + storage + "]\n";
+    for (const std::string& pdu : pdus)
+        config += "pdu = 1 " + pdu + "\n";
+    return config;
+}
 
 struct Download {
     FakeModules modules;
     FakeClock clock;
-    ListingPhone phone;
-    Numbered texts;
+    std::optional<EmulatedPhone> phone;
+    test::MarkedTexts texts;
     RecordingUi ui;
     std::vector<MessageGroup> groups = std::vector<MessageGroup>(2);  // a previous result
     GsmProfile profile{kConnectionCom, 4, {}, 0, 0, 0};
 
-    Download() { phone.Attach(modules.com()); }
+    explicit Download(const std::string& config = "") { Phone(config); }
+    void Phone(const std::string& config, FakeLibrary* lib = nullptr) {
+        phone.emplace(clock, config);
+        phone->Attach(lib != nullptr ? *lib : modules.com());
+    }
 
     bool Run() {
         ui.events.clear();
@@ -123,7 +74,7 @@ struct Download {
         return RunDownload(profile, groups, ui, env);
     }
 
-    // Each row as "storage:text".
+    // Each row as "storage index:text".
     std::vector<std::string> Rows() const {
         std::vector<std::string> rows;
         for (const MessageGroup& group : groups) {
@@ -134,249 +85,182 @@ struct Download {
             std::string text;
             for (const SmsPdu& part : group.parts)
                 text += part.text;
-            rows.push_back(group.parts.front().storage + ":" + text);
+            rows.push_back(group.parts.front().storage + " " + group.parts.front().index + ":" +
+                           text);
         }
         return rows;
     }
 };
 
-using Events = std::vector<std::u16string>;
-
-const std::u16string kFinishing[] = {u"status Zakończono.", u"detach", u"release thread handle",
-                                     u"reenable"};
-
 // The start every run shares, the middle given, then the end of a success or a failure.
-Events Expect(std::vector<std::u16string> middle, bool success) {
-    Events all = {u"attach", u"status Inicjalizacja...", u"clear"};
+Events Expect(Events middle, bool success) {
+    Events all = {u"attach", u"[1028]Inicjalizacja...", u"clear"};
     all.insert(all.end(), middle.begin(), middle.end());
-    all.insert(all.end(), std::begin(kFinishing), std::end(kFinishing));
+    all.insert(all.end(), {u"[1036]Zakończono.", u"detach", u"release thread handle", u"reenable"});
     if (success)
         all.push_back(u"end 1");
     return all;
 }
 
-Events Connected(std::vector<std::u16string> listings) {
-    Events middle = {u"status Łączenie..."};
+Events Connected(Events listings) {
+    Events middle = {u"[1029]Łączenie..."};
     middle.insert(middle.end(), listings.begin(), listings.end());
     middle.insert(middle.end(),
-                  {u"status Łączenie długich wiadomości...", u"status Ładuję...", u"fill"});
+                  {u"[1034]Łączenie długich wiadomości...", u"[1035]Ładuję...", u"fill"});
     return middle;
 }
 
-const std::string kMt = "AT+CPMS=\"MT\"";
-const std::string kMe = "AT+CPMS=\"ME\"";
-const std::string kSm = "AT+CPMS=\"SM\"";
-const std::string kList = "AT+CMGL=4";
-
-struct RunCase {
-    const char* name;
-    void (*setUp)(Download&);
-    std::vector<std::string> commands;
-    Events events;
-    std::vector<std::string> rows;
-    bool success;
-};
+const std::u16string kMtListing = u"[1033]Pobieram listę z urządzenia...";
+const std::u16string kMeListing = u"[1030]Pobieram listę z telefonu...";
+const std::u16string kSmListing = u"[1032]Pobieram listę z karty SIM...";
+const std::u16string kParsing = u"[1031]Przetwarzam...";
+// Every command the worker writes, each ended by CR alone.
+const std::string kAt = "AT\r";
+const std::string kMt = "AT+CPMS=\"MT\"\r";
+const std::string kMe = "AT+CPMS=\"ME\"\r";
+const std::string kSm = "AT+CPMS=\"SM\"\r";
+const std::string kList = "AT+CMGL=4\r";
 
 TEST(RunDownload, Storages) {
-    const RunCase cases[] = {
+    const std::string me = Stored("ME", {Deliver7Bit("me")});
+    const std::string sm = Stored("SM", {Deliver7Bit("sm")});
+    const struct {
+        const char* name;
+        std::string phone;
+        std::string written;
+        Events events;
+        std::vector<std::string> rows;
+        bool success;
+    } cases[] = {
         {"MT accepted: listed once, ME and SM never selected",
-         [](Download& d) {
-             d.phone.storages["MT"].pdus = {Deliver7Bit("one"), Deliver7Bit("two")};
-             d.phone.storages["ME"].pdus = {Deliver7Bit("me")};
-             d.phone.storages["SM"].pdus = {Deliver7Bit("sm")};
-         },
-         {"AT", kMt, kList},
-         Expect(Connected({u"status Pobieram listę z urządzenia...", u"status Przetwarzam..."}),
-                true),
-         {"MT:one", "MT:two"},
+         me + sm,
+         kAt + kMt + kList,
+         Expect(Connected({kMtListing, kParsing}), true),
+         {"MT 1:me", "MT 51:sm"},
          true},
         {"MT refused: ME records, then SM records; a long message joins across them",
-         [](Download& d) {
-             d.phone.storages["ME"].pdus = {Deliver7Bit("both"), Deliver7Bit("Ala ma ", 7, 2, 1)};
-             d.phone.storages["SM"].pdus = {Deliver7Bit("kota", 7, 2, 2), Deliver7Bit("both")};
-         },
-         {"AT", kMt, kMe, kList, kSm, kList},
-         Expect(Connected({u"status Pobieram listę z telefonu...", u"status Przetwarzam...",
-                           u"status Pobieram listę z karty SIM...", u"status Przetwarzam..."}),
-                true),
-         {"ME:both", "ME:Ala ma kota", "SM:both"},
+         "refuse_storage = MT\n" +
+             Stored("ME", {Deliver7Bit("both"), Deliver7Bit("Ala ma ", 7, 2, 1)}) +
+             Stored("SM", {Deliver7Bit("kota", 7, 2, 2), Deliver7Bit("both")}),
+         kAt + kMt + kMe + kList + kSm + kList,
+         Expect(Connected({kMeListing, kParsing, kSmListing, kParsing}), true),
+         {"ME 1:both", "ME 2:Ala ma kota", "SM 2:both"},
          true},
         {"MT unanswered, ME refused: SM alone",
-         [](Download& d) {
-             d.phone.silentTo.insert(kMt);
-             d.phone.storages["SM"].pdus = {Deliver7Bit("sm")};
-         },
-         {"AT", kMt, kMe, kSm, kList},
-         Expect(Connected({u"status Pobieram listę z karty SIM...", u"status Przetwarzam..."}),
-                true),
-         {"SM:sm"},
+         "refuse_storage = ME\n" + sm + "[fault]\nsilence = AT+CPMS=\"MT\"\n",
+         kAt + kMt + kMe + kSm + kList,
+         Expect(Connected({kSmListing, kParsing}), true),
+         {"SM 1:sm"},
          true},
         {"all three storages refused: a success with an empty list",
-         [](Download&) {},
-         {"AT", kMt, kMe, kSm},
+         "refuse_storage = MT ME SM\n" + me,
+         kAt + kMt + kMe + kSm,
          Expect(Connected({}), true),
          {},
          true},
         {"ERROR to the MT listing",
-         [](Download& d) {
-             d.phone.storages["MT"] = {{Deliver7Bit("mt")}, true};
-             d.phone.storages["SM"].pdus = {Deliver7Bit("sm")};
-         },
-         {"AT", kMt, kList},
-         Expect(Connected({u"status Pobieram listę z urządzenia..."}), true),
+         me + "[fault]\nerror = AT+CMGL=4\n",
+         kAt + kMt + kList,
+         Expect(Connected({kMtListing}), true),
          {},
          true},
         {"ERROR to the ME and SM listings",
-         [](Download& d) {
-             d.phone.storages["ME"] = {{Deliver7Bit("me")}, true};
-             d.phone.storages["SM"] = {{Deliver7Bit("sm")}, true};
-         },
-         {"AT", kMt, kMe, kList, kSm, kList},
-         Expect(Connected({u"status Pobieram listę z telefonu...",
-                           u"status Pobieram listę z karty SIM..."}),
-                true),
+         "refuse_storage = MT\n" + me + sm + "[fault]\nerror = AT+CMGL=4\n",
+         kAt + kMt + kMe + kList + kSm + kList,
+         Expect(Connected({kMeListing, kSmListing}), true),
          {},
          true},
         {"ERROR to ME's listing only skips ME",
-         [](Download& d) {
-             d.phone.storages["ME"] = {{Deliver7Bit("me")}, true};
-             d.phone.storages["SM"].pdus = {Deliver7Bit("sm")};
-         },
-         {"AT", kMt, kMe, kList, kSm, kList},
-         Expect(Connected({u"status Pobieram listę z telefonu...",
-                           u"status Pobieram listę z karty SIM...", u"status Przetwarzam..."}),
-                true),
-         {"SM:sm"},
+         "refuse_storage = MT\n" + me + sm + "[fault]\nerror = 1 AT+CMGL=4\n",
+         kAt + kMt + kMe + kList + kSm + kList,
+         Expect(Connected({kMeListing, kSmListing, kParsing}), true),
+         {"SM 1:sm"},
          true},
         {"no answer to AT: a failure",
-         [](Download& d) {
-             d.phone.answersAt = false;
-             d.phone.storages["MT"].pdus = {Deliver7Bit("mt")};
-         },
-         {"AT"},
-         Expect({u"status Łączenie..."}, false),
-         {},
-         false},
-        {"link library missing: a failure, nothing sent",
-         [](Download& d) { d.modules.missingLibraries["linkcom.mdl"] = 1; },
-         {},
-         Expect({u"status Łączenie..."}, false),
-         {},
-         false},
-        {"connection kind 3: a failure without a link",
-         [](Download& d) { d.profile.connectionKind = 3; },
-         {},
-         Expect({}, false),
+         me + "[fault]\nsilence = AT\n",
+         kAt,
+         Expect({u"[1029]Łączenie..."}, false),
          {},
          false},
     };
-    for (const RunCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        Download d;
-        c.setUp(d);
+        Download d(c.phone);
         EXPECT_EQ(d.Run(), c.success);
-        EXPECT_EQ(d.phone.commands, c.commands);
+        EXPECT_EQ(d.modules.com().written, c.written);
         EXPECT_EQ(d.ui.events, c.events);
         EXPECT_EQ(d.Rows(), c.rows);
+        EXPECT_EQ(d.modules.com().calls.back(), "close");
         if (c.success) {
             EXPECT_EQ(d.ui.filled, &d.groups);  // the list view shows the groups it was given
         }
     }
 }
 
-TEST(RunDownload, EveryStatusIsTranslatedByItsNumber) {
-    Download d;
-    d.phone.storages["ME"].pdus = {Deliver7Bit("me")};
-    d.phone.storages["SM"].pdus = {Deliver7Bit("sm")};
-    d.Run();
-    const std::vector<uint32_t> numbers = {1028, 1029, 1030, 1031, 1032, 1031, 1034, 1035, 1036};
-    EXPECT_EQ(d.texts.asked, numbers);
-
-    Download mt;
-    mt.phone.storages["MT"].pdus = {Deliver7Bit("mt")};
-    mt.Run();
-    EXPECT_EQ(mt.texts.asked, (std::vector<uint32_t>{1028, 1029, 1033, 1031, 1034, 1035, 1036}));
-}
-
-TEST(RunDownload, ExchangesEndInCarriageReturnAndWaitThreeSeconds) {
-    Download d;
-    d.phone.storages["MT"].pdus = {Deliver7Bit("mt")};
-    d.Run();
-    EXPECT_EQ(d.modules.com().written, "AT\rAT+CPMS=\"MT\"\rAT+CMGL=4\r");
-    EXPECT_EQ(d.modules.com().calls.back(), "close");
-    ASSERT_EQ(d.Rows().size(), 1u);
-    EXPECT_EQ(d.groups[0].parts[0].index, "1");
-
-    // Silence is given up once more than 3000 ms passed since the command went out.
-    Download silent;
-    silent.phone.answersAt = false;
-    silent.Run();
-    uint32_t waited = 0;
-    for (uint32_t ms : silent.clock.slept)
-        waited += ms;
-    EXPECT_EQ(waited, 3100u);
-    EXPECT_EQ(silent.modules.com().calls.back(), "close");
-}
-
-// The profile numbers its kinds 0 Bluetooth, 1 IrDA, 2 COM; only that library is loaded.
+// The profile numbers its kinds 0 Bluetooth, 1 IrDA, 2 COM; only that library is loaded,
+// and a kind outside them, or a library that is missing, ends the run before a word.
 TEST(RunDownload, OpensTheProfilesLink) {
     const struct {
         uint8_t kind;
-        const char* library;
+        const char* missing;
         FakeLibrary& (FakeModules::*lib)();
+        std::vector<std::string> loads;
         uint64_t openedWith;
     } cases[] = {
-        {kConnectionBluetooth, "load linkbt.mdl", &FakeModules::bt, 0x0011223344556677ull},
-        {kConnectionIrda, "load linkir.mdl", &FakeModules::ir, 0},
-        {kConnectionCom, "load linkcom.mdl", &FakeModules::com, 4},
+        {kConnectionBluetooth, "", &FakeModules::bt, {"load linkbt.mdl"}, 0x0011223344556677ull},
+        {kConnectionIrda, "", &FakeModules::ir, {"load linkir.mdl"}, 0},
+        {kConnectionCom, "", &FakeModules::com, {"load linkcom.mdl"}, 4},
+        {kConnectionCom, "linkcom.mdl", &FakeModules::com, {"load linkcom.mdl"}, 0},
+        {3, "", &FakeModules::com, {}, 0},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.library);
+        SCOPED_TRACE(testing::Message() << int(c.kind) << " " << c.missing);
         Download d;
         FakeLibrary& lib = (d.modules.*c.lib)();
-        d.phone.Attach(lib);
+        d.Phone(Stored("ME", {Deliver7Bit("me")}), &lib);
+        d.modules.missingLibraries[c.missing] = 1;
         d.profile.connectionKind = c.kind;
         d.profile.SetBtAddress(0x0011223344556677ull);
-        EXPECT_TRUE(d.Run());
-        EXPECT_EQ(d.modules.events.front(), c.library);
-        size_t loads = 0;
-        for (const std::string& event : d.modules.events)
-            loads += event.rfind("load ", 0) == 0 ? 1 : 0;
-        EXPECT_EQ(loads, 1u);
+        const bool opened = c.openedWith != 0 || c.kind == kConnectionIrda;
+        EXPECT_EQ(d.Run(), opened);
+        std::vector<std::string> loads;
+        for (const std::string& event : d.modules.events) {
+            if (event.rfind("load ", 0) == 0)
+                loads.push_back(event);
+        }
+        EXPECT_EQ(loads, c.loads);
         EXPECT_EQ(lib.openedWith, c.openedWith);
-        EXPECT_EQ(d.phone.commands.front(), "AT");
+        EXPECT_EQ(lib.written.empty(), !opened);
+        EXPECT_EQ(d.Rows(),
+                  opened ? std::vector<std::string>{"MT 1:me"} : std::vector<std::string>{});
+        if (!opened) {
+            EXPECT_EQ(d.ui.events,
+                      Expect(c.loads.empty() ? Events{} : Events{u"[1029]Łączenie..."}, false));
+        }
     }
-
-    Download unusable;
-    unusable.profile.connectionKind = 3;
-    unusable.Run();
-    EXPECT_TRUE(unusable.modules.events.empty());
-    EXPECT_TRUE(unusable.groups.empty());
 }
 
 // Nothing may leave the worker's thread, and the chooser must get its controls back.
 TEST(RunDownload, AThrowingWindowEndsTheRunAsAFailure) {
-    Download d;
-    d.phone.storages["MT"].pdus = {Deliver7Bit("mt")};
+    Download d(Stored("ME", {Deliver7Bit("me")}));
     d.ui.fillFails = true;
     EXPECT_FALSE(d.Run());
-    const std::vector<std::u16string> tail(d.ui.events.end() - 5, d.ui.events.end());
-    EXPECT_EQ(tail, (Events{u"fill", u"status Zakończono.", u"detach", u"release thread handle",
+    const Events tail(d.ui.events.end() - 5, d.ui.events.end());
+    EXPECT_EQ(tail, (Events{u"fill", u"[1036]Zakończono.", u"detach", u"release thread handle",
                             u"reenable"}));
     EXPECT_EQ(d.modules.com().calls.back(), "close");
 }
 
 TEST(RunDownload, ASecondRunReplacesTheFirstResult) {
-    Download d;
-    d.phone.storages["MT"].pdus = {Deliver7Bit("first"), Deliver7Bit("again")};
+    Download d(Stored("ME", {Deliver7Bit("first"), Deliver7Bit("again")}));
     EXPECT_TRUE(d.Run());
-    EXPECT_EQ(d.Rows(), (std::vector<std::string>{"MT:first", "MT:again"}));
+    EXPECT_EQ(d.Rows(), (std::vector<std::string>{"MT 1:first", "MT 2:again"}));
 
-    d.phone.storages["MT"].pdus = {Deliver7Bit("second")};
+    d.Phone(Stored("SM", {Deliver7Bit("second")}));
     EXPECT_TRUE(d.Run());
-    EXPECT_EQ(d.Rows(), (std::vector<std::string>{"MT:second"}));
+    EXPECT_EQ(d.Rows(), (std::vector<std::string>{"MT 51:second"}));
 
-    d.phone.answersAt = false;
+    d.Phone("[fault]\nsilence = AT\n");
     EXPECT_FALSE(d.Run());
     EXPECT_TRUE(d.groups.empty());
     EXPECT_EQ(d.ui.events[2], u"clear");

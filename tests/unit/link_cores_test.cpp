@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "link/mobile_core.h"
+#include "tests/enumerated_ports.h"
 #include "tests/unit/link_fakes.h"
 
 namespace tarnik {
@@ -110,15 +111,10 @@ TEST(LinkCores, EnumerationPassesThrough) {
     EXPECT_EQ(modules.bt().calls.back(), "enumDevices max=10 reserved=0");
     EXPECT_EQ(ir.EnumDevices(nullptr, records, 10), 0);
 
-    std::vector<uint32_t> numbers;
-    std::vector<std::u16string> names;
-    LinkUIntArray numberArray{&numbers, [](void* self, uint32_t v) {
-                                  static_cast<std::vector<uint32_t>*>(self)->push_back(v);
-                              }};
-    LinkWStringArray nameArray{&names, [](void* self, const char16_t* t) {
-                                   static_cast<std::vector<std::u16string>*>(self)->push_back(t);
-                               }};
-    EXPECT_EQ(com.EnumPorts(&numberArray, &nameArray), 1);
+    tarnik::test::EnumeratedPorts ports;
+    const std::vector<uint32_t>& numbers = ports.numbers;
+    const std::vector<std::u16string>& names = ports.names;
+    EXPECT_EQ(com.EnumPorts(&ports.numberArray, &ports.nameArray), 1);
     EXPECT_EQ(numbers, std::vector<uint32_t>{3});
     EXPECT_EQ(names, std::vector<std::u16string>{u"COM3"});
 }

@@ -1,16 +1,22 @@
-// A scripted phone behind fake link libraries, and a clock that only moves when slept on,
-// for tests of the link classes and the AT exchange.
+// Fake link libraries with scripted reads or the emulated phone behind them, and a clock
+// that only moves when slept on, for tests of the link classes and of every AT dialogue.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <chrono>
 #include <cstring>
+#include <ctime>
 #include <deque>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "link/link_library_abi.h"
 #include "link/os_seams.h"
+#include "phone/modem.h"
 
 namespace tarnik::test {
 
@@ -39,8 +45,10 @@ struct FakeLibrary {
     std::string written;
     std::vector<uint32_t> readSizes;
     uint64_t openedWith = 0;
-    // A phone that answers what it is sent: called with each write, it queues reads.
+    // A phone that answers what it is sent: called with each write and before each read,
+    // it queues reads.
     std::function<void(FakeLibrary&, const std::string&)> onWrite;
+    std::function<void(FakeLibrary&)> onRead;
 };
 
 // Exports are plain C functions, so the fakes find their library through one global.
@@ -84,6 +92,8 @@ struct FakeExports {
     }
     static int32_t Read(intptr_t, void* buffer, uint32_t size) {
         FakeLibrary& lib = Lib();
+        if (lib.onRead)
+            lib.onRead(lib);
         lib.readSizes.push_back(size);
         if (!lib.endless.empty() && lib.readSizes.size() <= 32768) {
             for (uint32_t i = 0; i < size; ++i)
@@ -167,5 +177,64 @@ private:
     }
     std::map<std::string, FakeLibrary> libs_;
 };
+
+// The phone as its emulator's command processor behind one fake library: writes go in,
+// its answers come out as reads, and the fake clock's milliseconds are its time, so its
+// reports fall due while the caller polls. Configured in the emulator's own file format.
+class EmulatedPhone {
+public:
+    // 2024-01-15 16:35:02 UTC, the phone's wall clock: its reports' time stamps.
+    static constexpr std::time_t kWallClock = 1705336502;
+
+    explicit EmulatedPhone(FakeClock& clock, const std::string& config = "")
+        : clock_(clock), modem_(Parse(config), log_, [] { return kWallClock; }) {}
+
+    void Attach(FakeLibrary& lib) {
+        lib.onWrite = [this](FakeLibrary& l, const std::string& data) {
+            modem_.Receive(data, Now());
+            Drain(l);
+        };
+        lib.onRead = [this](FakeLibrary& l) {
+            modem_.Tick(Now());
+            Drain(l);
+        };
+    }
+
+private:
+    static phone::PhoneConfig Parse(const std::string& text) {
+        phone::PhoneConfig config;
+        std::istringstream in(text);
+        std::string error;
+        if (!phone::ParseConfig(in, config, error))
+            ADD_FAILURE() << "phone configuration: " << error;
+        return config;
+    }
+    phone::Modem::Clock::time_point Now() const {
+        return phone::Modem::Clock::time_point(std::chrono::milliseconds(clock_.now));
+    }
+    void Drain(FakeLibrary& lib) {
+        for (const phone::Emission& e : modem_.TakeOutput()) {
+            if (e.kind == phone::Emission::kBytes)
+                lib.reads.push_back(e.bytes);
+            else if (e.kind == phone::Emission::kEndless)
+                lib.endless = e.bytes;
+        }
+    }
+
+    FakeClock& clock_;
+    phone::EventLog log_;
+    phone::Modem modem_;
+};
+
+// The PDUs among what a library wrote: each ends in Ctrl-Z after a command line.
+inline std::vector<std::string> WrittenPdus(const std::string& written) {
+    std::vector<std::string> pdus;
+    for (size_t end = written.find('\x1A'); end != std::string::npos;
+         end = written.find('\x1A', end + 1)) {
+        const size_t start = written.find_last_of("\r\n", end) + 1;
+        pdus.push_back(written.substr(start, end - start));
+    }
+    return pdus;
+}
 
 }  // namespace tarnik::test
