@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Sending end to end under Wine against the phone emulator. Real time, so few cases.
+"""Sending end to end under Wine against the phone emulator. Real time, so few cases, and
+only what crosses the processes: the PDUs and commands the phone received and the lines
+the list box shows. The job's dialogue with a refusing phone is its unit tests'.
 
 usage: send_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR
 """
@@ -31,15 +33,6 @@ def expect(condition, what):
         raise AssertionError(what)
 
 
-def one_part(lines, states, result, decoded, **_):
-    expect(lines == ["Parametry... OK", "Lączenie... OK", "Inicjalizacja... OK",
-                     "Adresat: +48601234567", "Wiadomość 1 z 1 (1 z 1 ogółem)",
-                     "Wysyłam... OK", "Rozłączenie... OK"], lines)
-    expect(states == [0] and result == "SEND -> 0", (states, result))
-    expect(len(decoded) == 1 and decoded[0]["address"]["number"] == "48601234567"
-           and decoded[0]["text"] == "Krotka wiadomosc" and not decoded[0]["concat"], decoded)
-
-
 def many_parts(lines, states, result, decoded, **_):
     expect(states == [0, 0] and result == "SEND -> 0", (states, result))
     expect([(d["address"]["number"], d["concatSeq"], d["concatTotal"]) for d in decoded] ==
@@ -49,13 +42,6 @@ def many_parts(lines, states, result, decoded, **_):
            and len({d["concatRef"] for d in decoded[3:]}) == 1, "one reference per recipient")
     expect("".join(d["text"] for d in decoded[:3]) == LONG, "the parts join to the text")
     expect("Wiadomość 3 z 3 (6 z 6 ogółem)" in lines, lines)
-
-
-def retried(lines, states, result, decoded, **_):
-    expect(lines[5:8] == ["Wysyłam... Błąd", "Tymczasowy błąd, ponowienie za 5s...",
-                          "Wysyłam... OK"], lines)
-    expect(states == [0] and result == "SEND -> 0", (states, result))
-    expect(len(decoded) == 2 and decoded[0] == decoded[1], "the same PDU twice")
 
 
 def reports(lines, states, result, **_):
@@ -71,11 +57,6 @@ def stored_report(lines, phone_log, **_):
            "the report was fetched from SR")
 
 
-def silent_phone(lines, states, result, **_):
-    expect(lines == ["Parametry... OK", "Lączenie... OK", "Inicjalizacja... Błąd"], lines)
-    expect(states == [1] and result == "SEND -> 1", (states, result))
-
-
 def configured_then_sent(lines, states, result, decoded, **_):
     expect(states == [0] and result == "SEND -> 0", (lines, states, result))
     expect(len(decoded) == 1 and decoded[0]["firstOctet"]["statusReport"] == 1, decoded)
@@ -84,16 +65,11 @@ def configured_then_sent(lines, states, result, decoded, **_):
 cases = [
     ("profile set up in the dialog, then sent", "", ["48601234567"], "Hej", False,
      configured_then_sent, "select 2000 2; select-data 2001 PORT; check 2003 1; ok"),
-    ("one part", "", ["+48601234567"], "Krotka wiadomosc", False, one_part),
     ("three parts to two recipients", "", ["48601234567", "600123456"], LONG, False, many_parts),
-    ("temporary error, one retry", "[submit]\noutcome = cms 42\n", ["48601234567"], "Hej", False,
-     retried),
     ("direct reports, delivered and failed", "[report]\ndelay_ms = 2500\nstatus = 0, 70\n",
      ["48601234567", "600123456"], "Raport prosze", True, reports),
     ("stored report", "cnmi = 1,0,0,2,1\n[report]\ndelay_ms = 2500\n", ["48601234567"],
      "Raport prosze", True, stored_report),
-    ("phone that does not answer AT", "[fault]\nsilence = AT\n", ["48601234567"], "Hej", False,
-     silent_phone),
 ]
 failures = sum(not run_case(*c) for c in cases)
 print("%d passed, %d failed" % (len(cases) - failures, failures))
