@@ -11,7 +11,7 @@
 #include "plugin/plugin_state.h"
 #include "send/send_job.h"
 #include "text/wide_text.h"
-#include "win32/append_progress.h"
+#include "send/progress_log_win32.h"
 
 namespace tarnik {
 

@@ -10,7 +10,7 @@
 #include "dialog_framework/module_state.h"
 #include "plugin/host_records.h"
 #include "plugin/profile_entry.h"
-#include "win32/append_progress.h"
+#include "send/progress_log_win32.h"
 
 namespace tarnik {
 namespace {

@@ -1,4 +1,4 @@
-#include "win32/append_progress.h"
+#include "send/progress_log_win32.h"
 
 #include <string>
 
