@@ -86,32 +86,8 @@ def _row(number, date, text, smsc, report, mti, archive_number, stamp):
     }
 
 
-# The other phones of the download's failure dialogues, with the same messages stored:
-#   no-mt        MT refused: ME, then SM, listed instead; the same rows
-#   refuse-all   MT, ME and SM refused: the phone answered, the list stays empty
-#   cmgl-error   AT+CMGL=4 answered ERROR: MT was accepted, so nothing else is listed
-#   disconnect   the link drops halfway through the listing: no row, not even of the half
-#   silent       no answer to "AT": the download fails (None), the chooser stays open
-_OUTCOMES = {
-    "phone-stored.conf": "rows",
-    "phone-stored-no-mt.conf": "rows",
-    "phone-stored-refuse-all.conf": "empty",
-    "phone-stored-cmgl-error.conf": "empty",
-    "phone-stored-disconnect.conf": "empty",
-    "phone-stored-silent.conf": "failed",
-}
-
-CONFIGS = sorted(_OUTCOMES)
-
-
-def expected_rows(config="phone-stored.conf"):
-    """The rows of downloading the phone of `config` (a file name in this folder), in list
-    order; [] when the download ends with an empty list, None when it fails."""
-    outcome = _OUTCOMES[config]
-    if outcome == "failed":
-        return None
-    if outcome == "empty":
-        return []
+def expected_rows():
+    """The rows of downloading the phone of phone-stored.conf, in list order."""
     return [_row(*r) for r in _ROWS]
 
 
