@@ -343,9 +343,7 @@ const std::vector<Command>& Commands() {
         {"configure", "PROFILE [SCRIPT]", 1, 2,
          "Open the settings of the stored profile PROFILE through its transport's configure "
          "callback, as the SMS plug-in does (an SmstConfigureInfo over the record's bytes). "
-         "SCRIPT plays the user: steps separated by ';': dump, select ID INDEX, select-data "
-         "ID DATA, click ID, check ID 0|1, ok, cancel, esc, close, wait MS (dump prints "
-         "DIALOG and one CONTROL line per control). Without SCRIPT the dialog waits for a "
+         "SCRIPT plays the user (script steps below); without it the dialog waits for a "
          "person. Prints CONFIGURE -> <result> written=<length or untouched> bytes=<13 "
          "bytes> after=<the 3 bytes past the record>; the store is updated only when the "
          "written length is 13.",
@@ -353,17 +351,8 @@ const std::vector<Command>& Commands() {
         {"archive-page", "[SCRIPT]", 0, 1,
          "Use the plug-in's menu entry (the first item added with a callback) as the host's "
          "menu does, then run the host's message loop while SCRIPT plays the user on the "
-         "windows that open: the steps of configure, and expect CAPTION, wait-text ID TEXT, "
-         "rows, select-rows I,J,..., row-click I|below, row-rclick I|below, key ID "
-         "down|up|space, menu-dump, menu-choose ID, menu-cancel, size W H (the client size), "
-         "grow DX DY (the client size changed by so many pixels), layout, menu (use "
-         "the entry again), time (prints TIME ms=N, for measuring). Each step acts on the dialog "
-         "of this process that takes input. "
-         "rows prints LIST, COLUMN and ROW lines; menu-dump MENU-POPUP and MENU-ENTRY; layout "
-         "LAYOUT client=w,h units=x,y (dialog base units) and WINDOW id class rect=x,y,w,h visible "
-         "text. Without SCRIPT the loop runs until "
-         "no dialog is shown. A step that fails ends the run at once (exit status 1). Prints "
-         "MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
+         "windows that open (script steps below); without it the loop runs until no dialog "
+         "is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",
          ArchivePageCommand},
     };

@@ -11,6 +11,21 @@
 
 namespace tarnik::host {
 
+enum class StepTarget {
+    kNothing,    // time, pauses, the host's menu entry
+    kDialog,     // the dialog of this process that takes input
+    kCaptioned,  // the same, once it has the caption given after the verb
+    kPopupMenu,  // the open context menu
+};
+
+struct ScriptStep {
+    Output& output;
+    HWND menuInvoker;      // runs the plug-in's menu entry on the host's thread; may be null
+    HWND window;           // the dialog or the context menu's window
+    HMENU menu;            // the open context menu
+    std::wistream& words;  // those after the verb
+};
+
 namespace {
 
 constexpr int kFindAttempts = 200;     // 20 s for the dialog to appear
@@ -138,6 +153,442 @@ bool IsButton(HWND window) {
     return _wcsicmp(ClassOf(window).c_str(), L"Button") == 0;
 }
 
+bool Dump(ScriptStep& step) {
+    const HWND dialog = step.window;
+    step.output.Print("DIALOG caption=" + Quote(TextOf(dialog)));
+    for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
+         child = GetWindow(child, GW_HWNDNEXT)) {
+        std::string line = "CONTROL id=" + std::to_string(GetDlgCtrlID(child)) +
+                           " class=" + Quote(ClassOf(child)) +
+                           " enabled=" + (IsWindowEnabled(child) ? "1" : "0") +
+                           " text=" + Quote(TextOf(child));
+        if (IsButton(child)) {
+            const LONG style = GetWindowLongW(child, GWL_STYLE) & BS_TYPEMASK;
+            if (style == BS_AUTOCHECKBOX || style == BS_CHECKBOX) {
+                line += " checked=" + std::to_string(SendMessageW(child, BM_GETCHECK, 0, 0));
+            }
+        }
+        if (IsComboBox(child)) {
+            const LRESULT count = SendMessageW(child, CB_GETCOUNT, 0, 0);
+            line += " selected=" + std::to_string(SendMessageW(child, CB_GETCURSEL, 0, 0)) +
+                    " items=" + std::to_string(count);
+            for (LRESULT i = 0; i < count; ++i) {
+                const LRESULT length =
+                    SendMessageW(child, CB_GETLBTEXTLEN, static_cast<WPARAM>(i), 0);
+                std::wstring item(static_cast<size_t>(length > 0 ? length : 0) + 1, L'\0');
+                SendMessageW(child, CB_GETLBTEXT, static_cast<WPARAM>(i),
+                             reinterpret_cast<LPARAM>(item.data()));
+                item.resize(static_cast<size_t>(length > 0 ? length : 0));
+                line +=
+                    " item" + std::to_string(i) + "=" + Quote(item) + "/" +
+                    std::to_string(SendMessageW(child, CB_GETITEMDATA, static_cast<WPARAM>(i), 0));
+            }
+        }
+        step.output.Print(line);
+    }
+    return true;
+}
+
+bool Layout(ScriptStep& step) {
+    const HWND dialog = step.window;
+    RECT client;
+    GetClientRect(dialog, &client);
+    // The dialog base units: 4 by 8 dialog units in pixels, what the template's sizes
+    // become with this machine's fonts.
+    RECT units{0, 0, 4, 8};
+    MapDialogRect(dialog, &units);
+    step.output.Print("LAYOUT caption=" + Quote(TextOf(dialog)) + " client=" +
+                      std::to_string(client.right) + "," + std::to_string(client.bottom) +
+                      " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
+    std::vector<HWND> windows;
+    EnumChildWindows(
+        dialog,
+        [](HWND window, LPARAM l) {
+            reinterpret_cast<std::vector<HWND>*>(l)->push_back(window);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&windows));
+    for (HWND window : windows) {
+        step.output.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
+                          " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
+                          " visible=" + (IsWindowVisible(window) ? "1" : "0") +
+                          " text=" + Quote(TextOf(window)));
+    }
+    return true;
+}
+
+bool Click(HWND button) {
+    if (button == nullptr)
+        return false;
+    SendMessageW(button, BM_CLICK, 0, 0);
+    return true;
+}
+
+// grow is by so many pixels from the client size now: the first size follows the fonts
+// and settings Wine finds, so a test states only the change.
+bool Resize(ScriptStep& step, bool grow) {
+    long width = 0, height = 0;
+    if (!(step.words >> width >> height))
+        return false;
+    if (grow) {
+        RECT client;
+        GetClientRect(step.window, &client);
+        width += client.right;
+        height += client.bottom;
+    }
+    RECT frame{0, 0, width, height};
+    AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(step.window, GWL_STYLE)), FALSE,
+                       static_cast<DWORD>(GetWindowLongW(step.window, GWL_EXSTYLE)));
+    return SetWindowPos(step.window, nullptr, 0, 0, frame.right - frame.left,
+                        frame.bottom - frame.top,
+                        SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE) != FALSE;
+}
+
+bool WaitText(ScriptStep& step) {
+    long id = 0;
+    if (!(step.words >> id))
+        return false;
+    const std::wstring text = Rest(step.words);
+    for (int i = 0; i < kExpectAttempts; ++i) {
+        HWND control = FindControl(step.window, static_cast<int>(id));
+        if (control != nullptr && TextOf(control) == text)
+            return true;
+        Sleep(100);
+    }
+    return false;
+}
+
+bool Key(ScriptStep& step) {
+    long id = 0;
+    std::wstring key;
+    if (!(step.words >> id >> key))
+        return false;
+    HWND control = FindControl(step.window, static_cast<int>(id));
+    const WPARAM code = key == L"down"    ? VK_DOWN
+                        : key == L"up"    ? VK_UP
+                        : key == L"space" ? VK_SPACE
+                                          : 0;
+    if (control == nullptr || code == 0)
+        return false;
+    PostMessageW(control, WM_KEYDOWN, code, 1);
+    PostMessageW(control, WM_KEYUP, code, 0xC0000001);
+    return true;
+}
+
+// The dialog's own control whose id comes next in the step.
+HWND Control(ScriptStep& step, long& id) {
+    return step.words >> id ? GetDlgItem(step.window, static_cast<int>(id)) : nullptr;
+}
+
+bool Check(ScriptStep& step) {
+    long id = 0, value = 0;
+    HWND control = Control(step, id);
+    if (control == nullptr || !(step.words >> value))
+        return false;
+    const LRESULT state = SendMessageW(control, BM_GETCHECK, 0, 0);
+    if ((state == BST_CHECKED) != (value != 0))
+        SendMessageW(control, BM_CLICK, 0, 0);
+    return true;
+}
+
+bool Select(ScriptStep& step, bool byData) {
+    long id = 0, value = 0;
+    HWND control = Control(step, id);
+    if (control == nullptr || !IsComboBox(control) || !(step.words >> value))
+        return false;
+    LRESULT index = value;
+    if (byData) {
+        index = -1;
+        const LRESULT count = SendMessageW(control, CB_GETCOUNT, 0, 0);
+        for (LRESULT i = 0; i < count && index < 0; ++i) {
+            if (SendMessageW(control, CB_GETITEMDATA, static_cast<WPARAM>(i), 0) == value)
+                index = i;
+        }
+    }
+    if (SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(index), 0) == CB_ERR)
+        return false;
+    SendMessageW(step.window, WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE),
+                 reinterpret_cast<LPARAM>(control));
+    SendMessageW(step.window, WM_COMMAND, MAKEWPARAM(id, CBN_SELENDOK),
+                 reinterpret_cast<LPARAM>(control));
+    return true;
+}
+
+// The message list of the dialog (at any depth) and its number of rows.
+HWND MessageList(ScriptStep& step, int& count) {
+    HWND list = FindControl(step.window, kMessageList);
+    count = list != nullptr ? static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0)) : 0;
+    return list;
+}
+
+bool Rows(ScriptStep& step) {
+    int count = 0;
+    HWND list = MessageList(step, count);
+    if (list == nullptr)
+        return false;
+    HWND header = reinterpret_cast<HWND>(SendMessageW(list, LVM_GETHEADER, 0, 0));
+    const int columns = static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0));
+    step.output.Print(
+        "LIST rows=" + std::to_string(count) + " columns=" + std::to_string(columns) + " exstyle=" +
+        Hex(static_cast<uint64_t>(SendMessageW(list, LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0))));
+    for (int c = 0; c < columns; ++c) {
+        wchar_t title[256] = {};
+        LVCOLUMNW column{};
+        column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
+        column.pszText = title;
+        column.cchTextMax = 256;
+        SendMessageW(list, LVM_GETCOLUMNW, static_cast<WPARAM>(c),
+                     reinterpret_cast<LPARAM>(&column));
+        step.output.Print("COLUMN index=" + std::to_string(c) + " title=" + Quote(title) +
+                          " width=" + std::to_string(column.cx) +
+                          " format=" + std::to_string(column.fmt & LVCFMT_JUSTIFYMASK));
+    }
+    for (int row = 0; row < count; ++row) {
+        const auto state = static_cast<UINT>(SendMessageW(
+            list, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_SELECTED | LVIS_FOCUSED));
+        step.output.Print(
+            "ROW index=" + std::to_string(row) +
+            " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
+            " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0") +
+            " name=" + Quote(ListText(list, row, 0)) + " number=" + Quote(ListText(list, row, 1)) +
+            " date=" + Quote(ListText(list, row, 2)) + " text=" + Quote(ListText(list, row, 3)));
+    }
+    return true;
+}
+
+bool SelectRows(ScriptStep& step) {
+    int count = 0;
+    HWND list = MessageList(step, count);
+    if (list == nullptr)
+        return false;
+    LVITEMW none{};
+    none.stateMask = LVIS_SELECTED;
+    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&none));
+    std::wstringstream each(Rest(step.words));
+    for (std::wstring word; std::getline(each, word, L',');) {
+        const int row = _wtoi(word.c_str());
+        if (row < 0 || row >= count)
+            return false;
+        LVITEMW selected{};
+        selected.state = LVIS_SELECTED;
+        selected.stateMask = LVIS_SELECTED;
+        SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row),
+                     reinterpret_cast<LPARAM>(&selected));
+    }
+    return true;
+}
+
+bool ClickRow(ScriptStep& step, bool right) {
+    int count = 0;
+    HWND list = MessageList(step, count);
+    std::wstring which;
+    if (list == nullptr || !(step.words >> which))
+        return false;
+    POINT at{};
+    if (which == L"below") {
+        RECT client;
+        GetClientRect(list, &client);
+        RECT last{LVIR_BOUNDS, 0, 0, 0};
+        int bottom = 0;
+        if (count > 0 && SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(count - 1),
+                                      reinterpret_cast<LPARAM>(&last)) != 0) {
+            bottom = last.bottom;
+        }
+        at = {10, (bottom + client.bottom) / 2};
+        if (at.y <= bottom)
+            return false;  // no space below the rows
+    } else {
+        const int row = _wtoi(which.c_str());
+        RECT bounds{LVIR_BOUNDS, 0, 0, 0};
+        if (row < 0 || row >= count ||
+            SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
+                         reinterpret_cast<LPARAM>(&bounds)) == 0) {
+            return false;
+        }
+        at = {bounds.left + 10, (bounds.top + bounds.bottom) / 2};
+    }
+    // The menu opens where the cursor is, as after a real click.
+    POINT screen = at;
+    ClientToScreen(list, &screen);
+    SetCursorPos(screen.x, screen.y);
+    MouseClick(list, at, right);
+    return true;
+}
+
+void Press(HWND window, WPARAM key) {
+    PostMessageW(window, WM_KEYDOWN, key, 1);
+    PostMessageW(window, WM_KEYUP, key, 0xC0000001);
+}
+
+bool MenuDump(ScriptStep& step) {
+    const int count = GetMenuItemCount(step.menu);
+    step.output.Print("MENU-POPUP items=" + std::to_string(count));
+    for (int i = 0; i < count; ++i) {
+        wchar_t text[256] = {};
+        MENUITEMINFOW info{};
+        info.cbSize = sizeof info;
+        info.fMask = MIIM_FTYPE | MIIM_ID | MIIM_STATE | MIIM_STRING;
+        info.dwTypeData = text;
+        info.cch = 256;
+        GetMenuItemInfoW(step.menu, static_cast<UINT>(i), TRUE, &info);
+        if ((info.fType & MFT_SEPARATOR) != 0) {
+            step.output.Print("MENU-ENTRY index=" + std::to_string(i) + " separator=1");
+            continue;
+        }
+        step.output.Print("MENU-ENTRY index=" + std::to_string(i) +
+                          " id=" + std::to_string(info.wID) + " text=" + Quote(text) +
+                          " enabled=" + ((info.fState & MFS_DISABLED) != 0 ? "0" : "1"));
+    }
+    return true;
+}
+
+bool MenuChoose(ScriptStep& step) {
+    long id = 0;
+    if (!(step.words >> id))
+        return false;
+    // The first Down selects the first item; separators are passed over.
+    int downs = 0;
+    for (int i = 0; i < GetMenuItemCount(step.menu); ++i) {
+        if ((GetMenuState(step.menu, static_cast<UINT>(i), MF_BYPOSITION) & MF_SEPARATOR) != 0)
+            continue;
+        ++downs;
+        if (GetMenuItemID(step.menu, i) == static_cast<UINT>(id)) {
+            for (int d = 0; d < downs; ++d)
+                Press(step.window, VK_DOWN);
+            Press(step.window, VK_RETURN);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Esc(ScriptStep& step) {
+    // Through the dialog's message loop, as a key press arrives.
+    HWND focus = GetDlgItem(step.window, IDOK);
+    PostMessageW(focus != nullptr ? focus : step.window, WM_KEYDOWN, VK_ESCAPE, 0);
+    return true;
+}
+
+bool Close(ScriptStep& step) {
+    PostMessageW(step.window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    return true;
+}
+
+bool Wait(ScriptStep& step) {
+    long pause = 0;
+    step.words >> pause;
+    Sleep(static_cast<DWORD>(pause));
+    return true;
+}
+
+bool MenuCancel(ScriptStep& step) {
+    Press(step.window, VK_ESCAPE);
+    return true;
+}
+
+// On the host's thread, which the menu entry belongs to.
+bool Menu(ScriptStep& step) {
+    if (step.menuInvoker == nullptr)
+        return false;
+    SendMessageW(step.menuInvoker, WM_APP, 0, 0);
+    return true;
+}
+
+bool Time(ScriptStep& step) {
+    step.output.Print("TIME ms=" + std::to_string(GetTickCount64()));
+    return true;
+}
+
+}  // namespace
+
+const std::vector<ScriptVerb>& ScriptVerbs() {
+    using T = StepTarget;
+    static const std::vector<ScriptVerb> verbs = {
+        {L"dump", "",
+         "DIALOG caption, then CONTROL id class enabled text [checked] [selected "
+         "items item0=TEXT/DATA ...] per control.",
+         T::kDialog, Dump},
+        {L"select", "ID INDEX",
+         "Choose item INDEX of drop-down list ID as the user does (the "
+         "dialog hears of an accepted selection).",
+         T::kDialog, [](ScriptStep& s) { return Select(s, false); }},
+        {L"select-data", "ID DATA", "The same, the item whose item data is DATA.", T::kDialog,
+         [](ScriptStep& s) { return Select(s, true); }},
+        {L"click", "ID", "Click button ID.", T::kDialog,
+         [](ScriptStep& s) {
+             long id = 0;
+             return Click(Control(s, id));
+         }},
+        {L"check", "ID 0|1", "Set check box ID, clicking it when it differs.", T::kDialog, Check},
+        {L"ok", "", "Click OK.", T::kDialog,
+         [](ScriptStep& s) { return Click(GetDlgItem(s.window, IDOK)); }},
+        {L"cancel", "", "Click Cancel.", T::kDialog,
+         [](ScriptStep& s) { return Click(GetDlgItem(s.window, IDCANCEL)); }},
+        {L"esc", "", "Press Esc.", T::kDialog, Esc},
+        {L"close", "", "The window's close box.", T::kDialog, Close},
+        {L"wait", "MS", "Pause (no dialog needed).", T::kNothing, Wait},
+        {L"expect", "CAPTION", "Wait until the dialog that takes input has this caption.",
+         T::kCaptioned, [](ScriptStep&) { return true; }},
+        {L"wait-text", "ID TEXT", "Wait until control ID (at any depth) shows TEXT.", T::kDialog,
+         WaitText},
+        {L"rows", "",
+         "The message list 2007: LIST rows columns exstyle, COLUMN index title width "
+         "format per column, ROW index selected focused name number date text per row.",
+         T::kDialog, Rows},
+        {L"select-rows", "[I,J,...]", "Select exactly these rows (none without a list).",
+         T::kDialog, SelectRows},
+        {L"row-click", "I|below", "Click row I with the mouse, or the empty space below the rows.",
+         T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
+        {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
+         T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
+        {L"key", "ID down|up|space", "Press the key in control ID (at any depth).", T::kDialog,
+         Key},
+        {L"menu-dump", "",
+         "The open context menu: MENU-POPUP items, MENU-ENTRY index id text "
+         "enabled (or separator=1) per item.",
+         T::kPopupMenu, MenuDump},
+        {L"menu-choose", "ID", "Choose the context menu's item ID with the keyboard.",
+         T::kPopupMenu, MenuChoose},
+        {L"menu-cancel", "", "Close the context menu with Esc.", T::kPopupMenu, MenuCancel},
+        {L"size", "W H", "Resize the dialog to a client area of W by H pixels.", T::kDialog,
+         [](ScriptStep& s) { return Resize(s, false); }},
+        {L"grow", "DX DY", "Change the dialog's client size by so many pixels.", T::kDialog,
+         [](ScriptStep& s) { return Resize(s, true); }},
+        {L"layout", "",
+         "LAYOUT caption client=w,h units=x,y (dialog base units), WINDOW id class "
+         "rect=x,y,w,h visible text per window at any depth.",
+         T::kDialog, Layout},
+        {L"menu", "", "Use the plug-in's menu entry again (archive-page only; no dialog needed).",
+         T::kNothing, Menu},
+        {L"time", "", "TIME ms=<milliseconds since the system started> (no dialog needed).",
+         T::kNothing, Time},
+    };
+    return verbs;
+}
+
+namespace {
+
+const ScriptVerb* FindVerb(const std::wstring& name) {
+    for (const ScriptVerb& verb : ScriptVerbs()) {
+        if (name == verb.name)
+            return &verb;
+    }
+    return nullptr;
+}
+
+// The dialog of this process that takes input, waited for; with a caption, until it has it.
+HWND InputDialog(int attempts, const std::wstring* caption) {
+    Search search{GetCurrentProcessId()};
+    for (int i = 0; i < attempts; ++i) {
+        search.found = nullptr;
+        EnumWindows(FindDialog, reinterpret_cast<LPARAM>(&search));
+        if (search.found != nullptr && (caption == nullptr || TextOf(search.found) == *caption))
+            return search.found;
+        Sleep(100);
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 DialogDriver::DialogDriver(Output& output, std::wstring script, HWND menu)
@@ -168,385 +619,36 @@ void DialogDriver::Run() {
             continue;
         steps.push_back(step.substr(first, step.find_last_not_of(L' ') - first + 1));
     }
-    for (const std::wstring& step : steps) {
-        std::wstringstream words(step);
-        std::wstring verb;
-        words >> verb;
-        // Steps on the context menu or the host find their window themselves (while a menu
-        // is open, the dialog that owns it may be the one that takes no input); a pause
-        // needs none.
-        if (verb == L"time") {
-            output_.Print("TIME ms=" + std::to_string(GetTickCount64()));
-            continue;
-        }
-        if (verb == L"wait") {
-            long pause = 0;
-            words >> pause;
-            Sleep(static_cast<DWORD>(pause));
-            continue;
-        }
-        if (verb.rfind(L"menu", 0) == 0) {
-            if (!MenuStep(verb, words)) {
-                std::fprintf(stderr, "tarnik-host: step failed: %s\n", Utf8(step).c_str());
-                ok_ = false;
-                return;
-            }
-            continue;
-        }
-        const int attempts = verb == L"expect" ? kExpectAttempts : kFindAttempts;
-        const std::wstring caption = verb == L"expect" ? Rest(words) : std::wstring();
-        Search search{GetCurrentProcessId()};
-        for (int i = 0; i < attempts; ++i) {
-            search.found = nullptr;
-            EnumWindows(FindDialog, reinterpret_cast<LPARAM>(&search));
-            if (search.found != nullptr && (verb != L"expect" || TextOf(search.found) == caption))
-                break;
-            search.found = nullptr;
-            Sleep(100);
-        }
-        if (search.found == nullptr) {
-            std::fprintf(stderr, "tarnik-host: no dialog for step %s\n", Utf8(step).c_str());
-            ok_ = false;
-            return;
-        }
-        if (!Step(search.found, step)) {
-            std::fprintf(stderr, "tarnik-host: step failed: %s\n", Utf8(step).c_str());
-            ok_ = false;
-            return;
-        }
-    }
-}
-
-bool DialogDriver::Step(HWND dialog, const std::wstring& step) {
-    std::wstringstream in(step);
-    std::wstring verb;
-    in >> verb;
-    long id = 0, value = 0;
-    if (verb == L"dump") {
-        Dump(dialog);
-        return true;
-    }
-    if (verb == L"ok" || verb == L"cancel") {
-        HWND button = GetDlgItem(dialog, verb == L"ok" ? IDOK : IDCANCEL);
-        if (button == nullptr)
-            return false;
-        SendMessageW(button, BM_CLICK, 0, 0);
-        return true;
-    }
-    if (verb == L"esc") {
-        // Through the dialog's message loop, as a key press arrives.
-        HWND focus = GetDlgItem(dialog, IDOK);
-        PostMessageW(focus != nullptr ? focus : dialog, WM_KEYDOWN, VK_ESCAPE, 0);
-        return true;
-    }
-    if (verb == L"close") {
-        PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
-        return true;
-    }
-    if (verb == L"expect")
-        return true;  // the dialog was found with its caption
-    if (verb == L"layout") {
-        Layout(dialog);
-        return true;
-    }
-    if (verb == L"size" || verb == L"grow") {
-        // grow is by so many pixels from the client size now: the first size follows the
-        // fonts and settings Wine finds, so a test states only the change.
-        long width = 0, height = 0;
-        if (!(in >> width >> height))
-            return false;
-        if (verb == L"grow") {
-            RECT client;
-            GetClientRect(dialog, &client);
-            width += client.right;
-            height += client.bottom;
-        }
-        RECT frame{0, 0, width, height};
-        AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongW(dialog, GWL_STYLE)), FALSE,
-                           static_cast<DWORD>(GetWindowLongW(dialog, GWL_EXSTYLE)));
-        return SetWindowPos(dialog, nullptr, 0, 0, frame.right - frame.left,
-                            frame.bottom - frame.top,
-                            SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE) != FALSE;
-    }
-    if (verb == L"wait-text") {
-        if (!(in >> id))
-            return false;
-        const std::wstring text = Rest(in);
-        for (int i = 0; i < kExpectAttempts; ++i) {
-            HWND control = FindControl(dialog, static_cast<int>(id));
-            if (control != nullptr && TextOf(control) == text)
-                return true;
-            Sleep(100);
-        }
-        return false;
-    }
-    if (verb == L"rows" || verb == L"select-rows" || verb == L"row-click" ||
-        verb == L"row-rclick") {
-        return ListStep(dialog, verb, in);
-    }
-    if (verb == L"key") {
-        std::wstring key;
-        if (!(in >> id >> key))
-            return false;
-        HWND control = FindControl(dialog, static_cast<int>(id));
-        const WPARAM code = key == L"down"    ? VK_DOWN
-                            : key == L"up"    ? VK_UP
-                            : key == L"space" ? VK_SPACE
-                                              : 0;
-        if (control == nullptr || code == 0)
-            return false;
-        PostMessageW(control, WM_KEYDOWN, code, 1);
-        PostMessageW(control, WM_KEYUP, code, 0xC0000001);
-        return true;
-    }
-    if (!(in >> id))
-        return false;
-    HWND control = GetDlgItem(dialog, static_cast<int>(id));
-    if (control == nullptr)
-        return false;
-    if (verb == L"click") {
-        SendMessageW(control, BM_CLICK, 0, 0);
-        return true;
-    }
-    if (verb == L"check") {
-        if (!(in >> value))
-            return false;
-        const LRESULT state = SendMessageW(control, BM_GETCHECK, 0, 0);
-        if ((state == BST_CHECKED) != (value != 0))
-            SendMessageW(control, BM_CLICK, 0, 0);
-        return true;
-    }
-    if (verb == L"select" || verb == L"select-data") {
-        if (!IsComboBox(control) || !(in >> value))
-            return false;
-        LRESULT index = value;
-        if (verb == L"select-data") {
-            index = -1;
-            const LRESULT count = SendMessageW(control, CB_GETCOUNT, 0, 0);
-            for (LRESULT i = 0; i < count && index < 0; ++i) {
-                if (SendMessageW(control, CB_GETITEMDATA, static_cast<WPARAM>(i), 0) == value)
-                    index = i;
-            }
-        }
-        if (SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(index), 0) == CB_ERR)
-            return false;
-        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(id, CBN_SELCHANGE),
-                     reinterpret_cast<LPARAM>(control));
-        SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(id, CBN_SELENDOK),
-                     reinterpret_cast<LPARAM>(control));
-        return true;
-    }
-    return false;
-}
-
-bool DialogDriver::ListStep(HWND dialog, const std::wstring& verb, std::wistream& in) {
-    HWND list = FindControl(dialog, kMessageList);
-    if (list == nullptr)
-        return false;
-    const int count = static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
-    if (verb == L"rows") {
-        HWND header = reinterpret_cast<HWND>(SendMessageW(list, LVM_GETHEADER, 0, 0));
-        const int columns = static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0));
-        output_.Print(
-            "LIST rows=" + std::to_string(count) + " columns=" + std::to_string(columns) +
-            " exstyle=" +
-            Hex(static_cast<uint64_t>(SendMessageW(list, LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0))));
-        for (int c = 0; c < columns; ++c) {
-            wchar_t title[256] = {};
-            LVCOLUMNW column{};
-            column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
-            column.pszText = title;
-            column.cchTextMax = 256;
-            SendMessageW(list, LVM_GETCOLUMNW, static_cast<WPARAM>(c),
-                         reinterpret_cast<LPARAM>(&column));
-            output_.Print("COLUMN index=" + std::to_string(c) + " title=" + Quote(title) +
-                          " width=" + std::to_string(column.cx) +
-                          " format=" + std::to_string(column.fmt & LVCFMT_JUSTIFYMASK));
-        }
-        for (int row = 0; row < count; ++row) {
-            const auto state = static_cast<UINT>(SendMessageW(
-                list, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_SELECTED | LVIS_FOCUSED));
-            output_.Print("ROW index=" + std::to_string(row) +
-                          " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
-                          " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0") +
-                          " name=" + Quote(ListText(list, row, 0)) + " number=" +
-                          Quote(ListText(list, row, 1)) + " date=" + Quote(ListText(list, row, 2)) +
-                          " text=" + Quote(ListText(list, row, 3)));
-        }
-        return true;
-    }
-    if (verb == L"select-rows") {
-        LVITEMW none{};
-        none.stateMask = LVIS_SELECTED;
-        SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(-1),
-                     reinterpret_cast<LPARAM>(&none));
-        std::wstring rows = Rest(in);
-        std::wstringstream each(rows);
-        for (std::wstring word; std::getline(each, word, L',');) {
-            const int row = _wtoi(word.c_str());
-            if (row < 0 || row >= count)
-                return false;
-            LVITEMW selected{};
-            selected.state = LVIS_SELECTED;
-            selected.stateMask = LVIS_SELECTED;
-            SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row),
-                         reinterpret_cast<LPARAM>(&selected));
-        }
-        return true;
-    }
-    // row-click and row-rclick
-    std::wstring which;
-    if (!(in >> which))
-        return false;
-    POINT at{};
-    if (which == L"below") {
-        RECT client;
-        GetClientRect(list, &client);
-        RECT last{LVIR_BOUNDS, 0, 0, 0};
-        int bottom = 0;
-        if (count > 0 && SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(count - 1),
-                                      reinterpret_cast<LPARAM>(&last)) != 0) {
-            bottom = last.bottom;
-        }
-        at = {10, (bottom + client.bottom) / 2};
-        if (at.y <= bottom)
-            return false;  // no space below the rows
-    } else {
-        const int row = _wtoi(which.c_str());
-        RECT bounds{LVIR_BOUNDS, 0, 0, 0};
-        if (row < 0 || row >= count ||
-            SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
-                         reinterpret_cast<LPARAM>(&bounds)) == 0) {
-            return false;
-        }
-        at = {bounds.left + 10, (bounds.top + bounds.bottom) / 2};
-    }
-    // The menu opens where the cursor is, as after a real click.
-    POINT screen = at;
-    ClientToScreen(list, &screen);
-    SetCursorPos(screen.x, screen.y);
-    MouseClick(list, at, verb == L"row-rclick");
-    return true;
-}
-
-bool DialogDriver::MenuStep(const std::wstring& verb, std::wistream& in) {
-    if (verb == L"menu") {
-        if (menu_ == nullptr)
-            return false;
-        SendMessageW(menu_, WM_APP, 0, 0);
-        return true;
-    }
-    HWND window = OpenMenuWindow();
-    if (window == nullptr)
-        return false;
-    HMENU menu = reinterpret_cast<HMENU>(SendMessageW(window, MN_GETHMENU, 0, 0));
-    if (menu == nullptr)
-        return false;
-    const int count = GetMenuItemCount(menu);
-    if (verb == L"menu-dump") {
-        output_.Print("MENU-POPUP items=" + std::to_string(count));
-        for (int i = 0; i < count; ++i) {
-            wchar_t text[256] = {};
-            MENUITEMINFOW info{};
-            info.cbSize = sizeof info;
-            info.fMask = MIIM_FTYPE | MIIM_ID | MIIM_STATE | MIIM_STRING;
-            info.dwTypeData = text;
-            info.cch = 256;
-            GetMenuItemInfoW(menu, static_cast<UINT>(i), TRUE, &info);
-            if ((info.fType & MFT_SEPARATOR) != 0) {
-                output_.Print("MENU-ENTRY index=" + std::to_string(i) + " separator=1");
-                continue;
-            }
-            output_.Print("MENU-ENTRY index=" + std::to_string(i) +
-                          " id=" + std::to_string(info.wID) + " text=" + Quote(text) +
-                          " enabled=" + ((info.fState & MFS_DISABLED) != 0 ? "0" : "1"));
-        }
-        return true;
-    }
-    auto press = [window](WPARAM key) {
-        PostMessageW(window, WM_KEYDOWN, key, 1);
-        PostMessageW(window, WM_KEYUP, key, 0xC0000001);
+    const auto fail = [this](const char* why, const std::wstring& step) {
+        std::fprintf(stderr, "tarnik-host: %s %s\n", why, Utf8(step).c_str());
+        ok_ = false;
     };
-    if (verb == L"menu-cancel") {
-        press(VK_ESCAPE);
-        return true;
-    }
-    long id = 0;
-    if (verb != L"menu-choose" || !(in >> id))
-        return false;
-    // The first Down selects the first item; separators are passed over.
-    int downs = 0;
-    for (int i = 0; i < count; ++i) {
-        if ((GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION) & MF_SEPARATOR) != 0)
-            continue;
-        ++downs;
-        if (GetMenuItemID(menu, i) == static_cast<UINT>(id)) {
-            for (int d = 0; d < downs; ++d)
-                press(VK_DOWN);
-            press(VK_RETURN);
-            return true;
+    for (const std::wstring& text : steps) {
+        std::wstringstream words(text);
+        std::wstring name;
+        words >> name;
+        const ScriptVerb* verb = FindVerb(name);
+        // An unknown verb fails once there is a dialog, like a step that fails on one.
+        const StepTarget target = verb != nullptr ? verb->target : StepTarget::kDialog;
+        const bool captioned = target == StepTarget::kCaptioned;
+        ScriptStep step{output_, menu_, nullptr, nullptr, words};
+        if (target == StepTarget::kDialog || captioned) {
+            const std::wstring caption = captioned ? Rest(words) : L"";
+            step.window = InputDialog(captioned ? kExpectAttempts : kFindAttempts,
+                                      captioned ? &caption : nullptr);
+            if (step.window == nullptr)
+                return fail("no dialog for step", text);
+        } else if (target == StepTarget::kPopupMenu) {
+            // While a menu is open, the dialog that owns it may be the one that takes no
+            // input: the step finds the menu's own window.
+            step.window = OpenMenuWindow();
+            if (step.window != nullptr)
+                step.menu = reinterpret_cast<HMENU>(SendMessageW(step.window, MN_GETHMENU, 0, 0));
         }
-    }
-    return false;
-}
-
-void DialogDriver::Layout(HWND dialog) {
-    RECT client;
-    GetClientRect(dialog, &client);
-    // The dialog base units: 4 by 8 dialog units in pixels, what the template's sizes
-    // become with this machine's fonts.
-    RECT units{0, 0, 4, 8};
-    MapDialogRect(dialog, &units);
-    output_.Print("LAYOUT caption=" + Quote(TextOf(dialog)) +
-                  " client=" + std::to_string(client.right) + "," + std::to_string(client.bottom) +
-                  " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
-    std::vector<HWND> windows;
-    EnumChildWindows(
-        dialog,
-        [](HWND window, LPARAM l) {
-            reinterpret_cast<std::vector<HWND>*>(l)->push_back(window);
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&windows));
-    for (HWND window : windows) {
-        output_.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
-                      " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
-                      " visible=" + (IsWindowVisible(window) ? "1" : "0") +
-                      " text=" + Quote(TextOf(window)));
-    }
-}
-
-void DialogDriver::Dump(HWND dialog) {
-    output_.Print("DIALOG caption=" + Quote(TextOf(dialog)));
-    for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
-         child = GetWindow(child, GW_HWNDNEXT)) {
-        std::string line = "CONTROL id=" + std::to_string(GetDlgCtrlID(child)) +
-                           " class=" + Quote(ClassOf(child)) +
-                           " enabled=" + (IsWindowEnabled(child) ? "1" : "0") +
-                           " text=" + Quote(TextOf(child));
-        if (IsButton(child)) {
-            const LONG style = GetWindowLongW(child, GWL_STYLE) & BS_TYPEMASK;
-            if (style == BS_AUTOCHECKBOX || style == BS_CHECKBOX) {
-                line += " checked=" + std::to_string(SendMessageW(child, BM_GETCHECK, 0, 0));
-            }
+        if (verb == nullptr || (target == StepTarget::kPopupMenu && step.menu == nullptr) ||
+            !verb->run(step)) {
+            return fail("step failed:", text);
         }
-        if (IsComboBox(child)) {
-            const LRESULT count = SendMessageW(child, CB_GETCOUNT, 0, 0);
-            line += " selected=" + std::to_string(SendMessageW(child, CB_GETCURSEL, 0, 0)) +
-                    " items=" + std::to_string(count);
-            for (LRESULT i = 0; i < count; ++i) {
-                const LRESULT length =
-                    SendMessageW(child, CB_GETLBTEXTLEN, static_cast<WPARAM>(i), 0);
-                std::wstring item(static_cast<size_t>(length > 0 ? length : 0) + 1, L'\0');
-                SendMessageW(child, CB_GETLBTEXT, static_cast<WPARAM>(i),
-                             reinterpret_cast<LPARAM>(item.data()));
-                item.resize(static_cast<size_t>(length > 0 ? length : 0));
-                line +=
-                    " item" + std::to_string(i) + "=" + Quote(item) + "/" +
-                    std::to_string(SendMessageW(child, CB_GETITEMDATA, static_cast<WPARAM>(i), 0));
-            }
-        }
-        output_.Print(line);
     }
 }
 

@@ -5,42 +5,27 @@
 #include <windows.h>
 
 #include <atomic>
-#include <istream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace tarnik::host {
 
 class Output;
 
-// Steps, separated by ';':
-//   dump                  print the dialog and every control: id, class, enabled, text,
-//                         check state, items with their data and the selection
-//   select ID INDEX       choose item INDEX of drop-down list ID (as the user does:
-//                         the list reports an accepted selection to the dialog)
-//   select-data ID DATA   the same, the item whose item data is DATA
-//   click ID              click button ID
-//   check ID 0|1          set check box ID by clicking it when it differs
-//   ok | cancel           click OK or Cancel
-//   esc                   press Esc
-//   close                 the window's close box
-//   wait MS               pause
-//   expect CAPTION        wait until the dialog that takes input has this caption
-//   wait-text ID TEXT     wait until control ID (at any depth) shows TEXT
-//   rows                  the list view 2007: its columns, then every row with its
-//                         selection, focus and four texts
-//   select-rows [I,J,...] select exactly these rows (none without a list)
-//   row-click I|below     click row I with the mouse, or the empty space below the rows
-//   row-rclick I|below    the same with the right button (opens a context menu)
-//   key ID down|up|space  press the key in control ID
-//   menu-dump             the open context menu's items: id, text, enabled, separator
-//   menu-choose ID        choose the menu item ID with the keyboard
-//   menu-cancel           close the context menu with Esc
-//   size W H              resize the dialog to a client area of W by H pixels
-//   layout                every window of the dialog at any depth: id, class, place in
-//                         the dialog's client area, visibility, text
-//   menu                  use the plug-in's menu entry again (on the host's thread)
-//   time                  print TIME ms=<milliseconds since the system started>
+enum class StepTarget;  // what a step acts on, found before it runs
+struct ScriptStep;      // one step being run
+
+// A script's verb: the steps are separated by ';' and --help prints this table.
+struct ScriptVerb {
+    const wchar_t* name;
+    const char* arguments;
+    const char* help;
+    StepTarget target;
+    bool (*run)(ScriptStep& step);  // false: the step failed
+};
+const std::vector<ScriptVerb>& ScriptVerbs();
+
 class DialogDriver {
 public:
     // Starts on its own thread and waits for a dialog of this process to appear. `menu`,
@@ -62,11 +47,6 @@ public:
 
 private:
     void Run();
-    bool Step(HWND dialog, const std::wstring& step);
-    void Dump(HWND dialog);
-    bool ListStep(HWND dialog, const std::wstring& verb, std::wistream& in);
-    bool MenuStep(const std::wstring& verb, std::wistream& in);
-    void Layout(HWND dialog);
 
     Output& output_;
     std::wstring script_;

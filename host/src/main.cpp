@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "dialog_driver.h"
 #include "files.h"
 #include "host.h"
 #include "services.h"
@@ -39,15 +40,23 @@ void PrintHelp() {
         "  --help         this text\n"
         "\n"
         "Commands:\n";
+    const auto entry = [&text](const std::string& name, const char* arguments, const char* help) {
+        text +=
+            "  " + name + (*arguments != '\0' ? " " : "") + arguments + "\n      " + help + "\n";
+    };
     for (const Command& command : Commands()) {
-        std::string head = std::string("  ") + command.name;
-        if (*command.arguments != '\0') {
-            head += std::string(" ") + command.arguments;
-        }
-        text += head + "\n      " + command.help + "\n";
+        entry(command.name, command.arguments, command.help);
     }
     text +=
         "An optional argument is taken unless the word is a command name.\n"
+        "\n"
+        "Script steps (the SCRIPT of configure and archive-page), separated by ';'. A step acts\n"
+        "on the dialog of this process that takes input, waiting for one to appear, unless it\n"
+        "says otherwise; a step that fails ends the run at once (exit status 1).\n";
+    for (const ScriptVerb& verb : ScriptVerbs()) {
+        entry(Utf8(verb.name), verb.arguments, verb.help);
+    }
+    text +=
         "\n"
         "Exit status: 0 when every command succeeded, 1 when one failed (the reason on\n"
         "stderr), 2 for a command line that cannot be run (nothing is run then).\n"
