@@ -44,25 +44,6 @@ LRESULT CALLBACK InvokerProc(HWND window, UINT message, WPARAM w, LPARAM l) {
     return DefWindowProcW(window, message, w, l);
 }
 
-BOOL CALLBACK FindShownDialog(HWND window, LPARAM l) {
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    wchar_t cls[16] = {};
-    GetClassNameW(window, cls, 16);
-    if (process == GetCurrentProcessId() && std::wstring(cls) == kDialogClass &&
-        IsWindowVisible(window)) {
-        *reinterpret_cast<bool*>(l) = true;
-        return FALSE;
-    }
-    return TRUE;
-}
-
-bool AnyDialogShown() {
-    bool shown = false;
-    EnumWindows(FindShownDialog, reinterpret_cast<LPARAM>(&shown));
-    return shown;
-}
-
 // The host's message loop: keyboard navigation of the active dialog, as for any modeless
 // dialog of the host.
 void PumpUntil(const std::function<bool()>& done) {
@@ -103,7 +84,7 @@ bool ArchivePageCommand(Host& host, const CommandArgs& args, std::string& error)
     bool ok = true;
     if (args.empty()) {
         // A person at the screen: until every window of the page is closed or hidden.
-        PumpUntil([] { return !AnyDialogShown(); });
+        PumpUntil([] { return TopWindow(kDialogClass, false) == nullptr; });
     } else {
         DialogDriver driver(host.output, args[0], invoker);
         PumpUntil([&driver] { return driver.Done(); });

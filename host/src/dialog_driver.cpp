@@ -34,27 +34,6 @@ constexpr int kMessageList = 2007;
 constexpr wchar_t kMenuClass[] = L"#32768";
 constexpr wchar_t kDialogClass[] = L"#32770";
 
-struct Search {
-    DWORD process;
-    HWND found = nullptr;
-};
-
-// The newest enabled, visible top-level dialog of this process: a modal dialog disables
-// its owner, so the one that takes input is the enabled one.
-BOOL CALLBACK FindDialog(HWND window, LPARAM l) {
-    auto* search = reinterpret_cast<Search*>(l);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    wchar_t cls[16] = {};
-    GetClassNameW(window, cls, 16);
-    if (process == search->process && std::wstring(cls) == kDialogClass &&
-        IsWindowVisible(window) && IsWindowEnabled(window)) {
-        search->found = window;
-        return FALSE;
-    }
-    return TRUE;
-}
-
 std::wstring ClassOf(HWND window) {
     wchar_t cls[64] = {};
     GetClassNameW(window, cls, 64);
@@ -77,6 +56,20 @@ std::wstring Rest(std::wistream& in) {
     return first == std::wstring::npos ? std::wstring() : rest.substr(first);
 }
 
+// A window of this process of this class, waited for: the first visible one (enabled too,
+// when asked: a modal dialog disables its owner, so the one that takes input is the enabled
+// one), and with a caption, once it has it.
+HWND WaitForWindow(const wchar_t* cls, bool enabled, int attempts,
+                   const std::wstring* caption = nullptr) {
+    for (int i = 0; i < attempts; ++i) {
+        HWND found = TopWindow(cls, enabled);
+        if (found != nullptr && (caption == nullptr || TextOf(found) == *caption))
+            return found;
+        Sleep(100);
+    }
+    return nullptr;
+}
+
 struct Descendant {
     int id;
     HWND found = nullptr;
@@ -95,28 +88,6 @@ HWND FindControl(HWND dialog, int id) {
     Descendant search{id};
     EnumChildWindows(dialog, FindDescendant, reinterpret_cast<LPARAM>(&search));
     return search.found;
-}
-
-BOOL CALLBACK FindMenuWindow(HWND window, LPARAM l) {
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    if (process == GetCurrentProcessId() && ClassOf(window) == kMenuClass &&
-        IsWindowVisible(window)) {
-        *reinterpret_cast<HWND*>(l) = window;
-        return FALSE;
-    }
-    return TRUE;
-}
-
-HWND OpenMenuWindow() {
-    for (int i = 0; i < kFindAttempts; ++i) {
-        HWND found = nullptr;
-        EnumWindows(FindMenuWindow, reinterpret_cast<LPARAM>(&found));
-        if (found != nullptr)
-            return found;
-        Sleep(100);
-    }
-    return nullptr;
 }
 
 std::wstring ListText(HWND list, int row, int column) {
@@ -576,20 +547,28 @@ const ScriptVerb* FindVerb(const std::wstring& name) {
     return nullptr;
 }
 
-// The dialog of this process that takes input, waited for; with a caption, until it has it.
-HWND InputDialog(int attempts, const std::wstring* caption) {
-    Search search{GetCurrentProcessId()};
-    for (int i = 0; i < attempts; ++i) {
-        search.found = nullptr;
-        EnumWindows(FindDialog, reinterpret_cast<LPARAM>(&search));
-        if (search.found != nullptr && (caption == nullptr || TextOf(search.found) == *caption))
-            return search.found;
-        Sleep(100);
-    }
-    return nullptr;
-}
-
 }  // namespace
+
+HWND TopWindow(const wchar_t* cls, bool enabled) {
+    struct Search {
+        const wchar_t* cls;
+        bool enabled;
+        HWND found = nullptr;
+    } search{cls, enabled};
+    EnumWindows(
+        [](HWND window, LPARAM l) {
+            auto* s = reinterpret_cast<Search*>(l);
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            if (process != GetCurrentProcessId() || ClassOf(window) != s->cls ||
+                !IsWindowVisible(window) || (s->enabled && !IsWindowEnabled(window)))
+                return TRUE;
+            s->found = window;
+            return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
 
 DialogDriver::DialogDriver(Output& output, std::wstring script, HWND menu)
     : output_(output), script_(std::move(script)), menu_(menu), thread_([this] {
@@ -634,14 +613,15 @@ void DialogDriver::Run() {
         ScriptStep step{output_, menu_, nullptr, nullptr, words};
         if (target == StepTarget::kDialog || captioned) {
             const std::wstring caption = captioned ? Rest(words) : L"";
-            step.window = InputDialog(captioned ? kExpectAttempts : kFindAttempts,
-                                      captioned ? &caption : nullptr);
+            step.window =
+                WaitForWindow(kDialogClass, true, captioned ? kExpectAttempts : kFindAttempts,
+                              captioned ? &caption : nullptr);
             if (step.window == nullptr)
                 return fail("no dialog for step", text);
         } else if (target == StepTarget::kPopupMenu) {
             // While a menu is open, the dialog that owns it may be the one that takes no
             // input: the step finds the menu's own window.
-            step.window = OpenMenuWindow();
+            step.window = WaitForWindow(kMenuClass, false, kFindAttempts);
             if (step.window != nullptr)
                 step.menu = reinterpret_cast<HMENU>(SendMessageW(step.window, MN_GETHMENU, 0, 0));
         }

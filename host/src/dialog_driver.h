@@ -26,6 +26,10 @@ struct ScriptVerb {
 };
 const std::vector<ScriptVerb>& ScriptVerbs();
 
+// The first visible top-level window of this process of this class (enabled too, when
+// asked), or null.
+HWND TopWindow(const wchar_t* cls, bool enabled);
+
 class DialogDriver {
 public:
     // Starts on its own thread and waits for a dialog of this process to appear. `menu`,

@@ -8,29 +8,14 @@ namespace tarnik::host {
 
 namespace {
 
-FunctionTable* current = nullptr;  // the C function table has no context pointer
+Host* current = nullptr;
 
 std::string Shown(const wchar_t* name) {
     return name != nullptr ? Bare(name) : "null";
 }
 
-}  // namespace
-
-FunctionTable::FunctionTable(Host& host) : host_(host) {
-    table_.size = sizeof(HRXFUNCTIONS);
-    table_.version = 1;
-    table_.fnRegister = Register;
-    table_.fnCall = Call;
-    table_.fnExists = Exists;
-    current = this;
-}
-
-FunctionTable::~FunctionTable() {
-    current = nullptr;
-}
-
-intptr_t FunctionTable::Call(const wchar_t* name, intptr_t first, intptr_t second) {
-    Host& host = current->host_;
+intptr_t Call(const wchar_t* name, intptr_t first, intptr_t second) {
+    Host& host = *current;
     std::lock_guard<std::recursive_mutex> lock(host.output.mutex());
     if (name != nullptr) {
         if (const ServiceDef* service = host.services.BuiltIn(name)) {
@@ -53,16 +38,16 @@ intptr_t FunctionTable::Call(const wchar_t* name, intptr_t first, intptr_t secon
     return 0;
 }
 
-intptr_t FunctionTable::Exists(const wchar_t* name) {
-    Host& host = current->host_;
+intptr_t Exists(const wchar_t* name) {
+    Host& host = *current;
     std::lock_guard<std::recursive_mutex> lock(host.output.mutex());
     const bool exists = name != nullptr && host.services.Exists(name);
     host.output.Trace("EXISTS " + Shown(name) + " -> " + (exists ? "1" : "0"));
     return exists ? 1 : 0;
 }
 
-intptr_t FunctionTable::Register(const wchar_t* name, PluginServiceFn handler) {
-    Host& host = current->host_;
+intptr_t Register(const wchar_t* name, PluginServiceFn handler) {
+    Host& host = *current;
     std::lock_guard<std::recursive_mutex> lock(host.output.mutex());
     intptr_t result = -1;
     std::string outcome;
@@ -77,6 +62,21 @@ intptr_t FunctionTable::Register(const wchar_t* name, PluginServiceFn handler) {
                       " handler=" + Where(reinterpret_cast<const void*>(handler)) + " -> " +
                       std::to_string(result) + outcome);
     return result;
+}
+
+}  // namespace
+
+FunctionTable::FunctionTable(Host& host) {
+    table_.size = sizeof(HRXFUNCTIONS);
+    table_.version = 1;
+    table_.fnRegister = Register;
+    table_.fnCall = Call;
+    table_.fnExists = Exists;
+    current = &host;
+}
+
+FunctionTable::~FunctionTable() {
+    current = nullptr;
 }
 
 }  // namespace tarnik::host

@@ -2,10 +2,7 @@
 // trace each call.
 #pragma once
 
-#include <cstdint>
-
 #include "hrx/hrxcore.h"
-#include "service_registry.h"
 
 namespace tarnik::host {
 
@@ -13,19 +10,12 @@ class Host;
 
 class FunctionTable {
 public:
-    explicit FunctionTable(Host& host);
+    explicit FunctionTable(Host& host);  // one at a time: the C table has no context pointer
     ~FunctionTable();
-    FunctionTable(const FunctionTable&) = delete;
-    FunctionTable& operator=(const FunctionTable&) = delete;
 
     HRXFUNCTIONS* get() { return &table_; }
 
 private:
-    static intptr_t Call(const wchar_t* name, intptr_t first, intptr_t second);
-    static intptr_t Exists(const wchar_t* name);
-    static intptr_t Register(const wchar_t* name, PluginServiceFn handler);
-
-    Host& host_;
     HRXFUNCTIONS table_{};
 };
 

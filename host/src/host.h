@@ -8,7 +8,7 @@
 #include "modules.h"
 #include "output.h"
 #include "registrations.h"
-#include "service_registry.h"
+#include "services.h"
 #include "stores.h"
 
 namespace tarnik::host {

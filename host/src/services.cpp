@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cwchar>
 #include <initializer_list>
+#include <iterator>
 
 #include "files.h"
 #include "host.h"
@@ -406,13 +407,34 @@ const ServiceDef kServices[] = {
 
 }  // namespace
 
-const ServiceDef* FindService(const wchar_t* name, bool noSms) {
+const ServiceDef* ServiceRegistry::BuiltIn(const wchar_t* name) const {
     for (const ServiceDef& service : kServices) {
         if (std::wcscmp(service.name, name) == 0) {
-            return noSms && service.sms ? nullptr : &service;
+            return noSms_ && service.sms ? nullptr : &service;
         }
     }
     return nullptr;
+}
+
+PluginServiceFn ServiceRegistry::Registered(const wchar_t* name) const {
+    const auto found = registered_.find(name);
+    return found != registered_.end() ? found->second : nullptr;
+}
+
+bool ServiceRegistry::Exists(const wchar_t* name) const {
+    return BuiltIn(name) != nullptr || registered_.count(name) != 0;
+}
+
+bool ServiceRegistry::Register(const wchar_t* name, PluginServiceFn handler) {
+    return !Exists(name) && registered_.emplace(name, handler).second;
+}
+
+void ServiceRegistry::ForgetModule(HMODULE module) {
+    for (auto service = registered_.begin(); service != registered_.end();) {
+        service = ModuleOf(reinterpret_cast<const void*>(service->second)) == module
+                      ? registered_.erase(service)
+                      : std::next(service);
+    }
 }
 
 const ServiceDef* ServicesBegin() {

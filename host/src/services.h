@@ -1,7 +1,11 @@
-// The named services the test host offers through fnCall.
+// The named services the test host offers through fnCall: its own, and those plug-ins
+// register.
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
+#include <map>
 #include <string>
 
 namespace tarnik::host {
@@ -27,10 +31,28 @@ struct ServiceDef {
     const char* help;
 };
 
-// The service of that name, or null when there is none (or it is switched off).
-const ServiceDef* FindService(const wchar_t* name, bool noSms);
 // Every built-in service, for --help.
 const ServiceDef* ServicesBegin();
 const ServiceDef* ServicesEnd();
+
+using PluginServiceFn = intptr_t (*)(intptr_t first, intptr_t second);
+
+// The services a call can reach: the built-in ones, less the SMS plug-in's under --no-sms,
+// and those that plug-ins registered through fnRegister.
+class ServiceRegistry {
+public:
+    explicit ServiceRegistry(bool noSms) : noSms_(noSms) {}
+
+    const ServiceDef* BuiltIn(const wchar_t* name) const;  // null when there is none
+    PluginServiceFn Registered(const wchar_t* name) const;
+    bool Exists(const wchar_t* name) const;
+    bool Register(const wchar_t* name, PluginServiceFn handler);  // false: the name is taken
+    // Drops the services whose code lies in the module, before it is freed.
+    void ForgetModule(HMODULE module);
+
+private:
+    bool noSms_;
+    std::map<std::wstring, PluginServiceFn> registered_;
+};
 
 }  // namespace tarnik::host
