@@ -3,8 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "hrx/hrxcore.h"
+#include "text/translator.h"
+#include "text/wide_text.h"
 
 namespace tarnik {
 
@@ -23,5 +26,15 @@ intptr_t CallService(const wchar_t* service, First first, intptr_t second = 0) {
 inline bool ServiceExists(const wchar_t* service) {
     return hrx::g_pF->functions.fnExists(service) != 0;
 }
+
+// The core's texts through the translation service.
+class HostTranslator final : public Translator {
+public:
+    std::u16string Text(uint32_t id, std::u16string_view defaultText) override {
+        const std::u16string terminated(defaultText);
+        const wchar_t* text = Tr(id, AsWide(terminated));
+        return text != nullptr ? std::u16string(AsUtf16(text)) : terminated;
+    }
+};
 
 }  // namespace tarnik

@@ -1,26 +1,22 @@
 // The module's entry points: what the host asks before loading us, start-up, shutdown.
-// Windows Sockets must come before <windows.h>.
-#include <winsock2.h>
-
 #include <windows.h>
 
 #include <memory>
 
 #include "hrx/hrxcore.h"
-#include "plugin/host_entry.h"
 #include "plugin/host_records.h"
 #include "plugin/host_services.h"
-#include "plugin/plugin_state.h"
 #include "plugin/transport_callbacks.h"
 #include "ui/archive_page.h"
+#include "ui/module_app.h"
+#include "ui/settings_dialog.h"
 
 namespace tarnik {
 
-CTarnikApp theApp;
-intptr_t settingsHandle = 0;
-CWndAccessHost* archivePage = nullptr;
-
 namespace {
+
+// The host's settings object of this module, from load to unload.
+intptr_t settingsHandle = 0;
 
 constexpr uint64_t PackVersion(uint16_t a, uint16_t b, uint16_t c, uint16_t d) {
     return uint64_t{a} << 48 | uint64_t{b} << 32 | uint64_t{c} << 16 | d;
@@ -50,28 +46,6 @@ static_assert(PackVersion(0, 8, 21, 3052) == 0x0000000800150BECull, "0.8.21.3052
 constexpr uint32_t kSettingsPathCapacity = 261;
 
 }  // namespace
-
-bool CTarnikApp::InitInstance(HINSTANCE instance) {
-    instance_ = instance;
-    WSADATA data;
-    if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
-        MessageBoxW(nullptr, L"Nie uda\u0142o si\u0119 uruchomi\u0107 Windows Sockets.", L"Tarnik",
-                    MB_OK | MB_ICONSTOP);
-        return false;
-    }
-    socketsStarted_ = true;
-    activationContext_ = dlg::CreateModuleActivationContext(instance);
-    return true;
-}
-
-void CTarnikApp::ExitInstance() {
-    if (activationContext_ != INVALID_HANDLE_VALUE)
-        ReleaseActCtx(activationContext_);
-    activationContext_ = INVALID_HANDLE_VALUE;
-    if (socketsStarted_)
-        WSACleanup();
-    socketsStarted_ = false;
-}
 
 }  // namespace tarnik
 

@@ -6,12 +6,11 @@
 
 #include "hrx/hrxutil.h"
 #include "plugin/gsm_profile.h"
-#include "plugin/host_entry.h"
-#include "plugin/host_translator.h"
-#include "plugin/plugin_state.h"
+#include "plugin/host_services.h"
+#include "send/progress_log_win32.h"
 #include "send/send_job.h"
 #include "text/wide_text.h"
-#include "send/progress_log_win32.h"
+#include "ui/module_app.h"
 
 namespace tarnik {
 

@@ -1,4 +1,5 @@
-// The two callbacks our transport registers with the SMS plug-in.
+// The send callback our transport registers with the SMS plug-in; the configure callback
+// is the settings dialog's (ui/settings_dialog.h).
 #pragma once
 
 #include <cstdint>
@@ -9,8 +10,5 @@ namespace tarnik {
 
 // Sends one message to its recipients through the profile's phone (blocking).
 intptr_t TransportSend(SmstSendInfo* request);
-// Shows the profile settings dialog on a working copy (blocking); the 13 bytes and the
-// written length 13 go back only when the user confirms. Always 0.
-intptr_t TransportConfigure(SmstConfigureInfo* request);
 
 }  // namespace tarnik

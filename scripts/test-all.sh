@@ -69,6 +69,7 @@ main_job() {
 }
 
 stage "portable core free of windows.h" portable_core_has_no_windows_h
+stage "includes run downward only" python3 scripts/check-includes.py
 stage "native build and tests" native
 stage "Windows build and tests under Wine" windows
 stage "main job" main_job

@@ -1,12 +1,13 @@
 #include "ui/archive_page.h"
 
-#include "plugin/host_entry.h"
 #include "plugin/host_services.h"
-#include "plugin/plugin_state.h"
 #include "res/resource_ids.h"
 #include "ui/download_dialog.h"
+#include "ui/module_app.h"
 
 namespace tarnik {
+
+CWndAccessHost* archivePage = nullptr;
 
 namespace {
 

@@ -43,6 +43,10 @@ private:
     dlg::Button closeButton_;
 };
 
+// The module's one archive page: null until the menu entry is first used, and again
+// after the page deletes itself or the module unloads.
+extern CWndAccessHost* archivePage;
+
 // The menu entry's callback: creates the page or shows it again. Arguments ignored.
 intptr_t ShowArchivePage(intptr_t, intptr_t);
 

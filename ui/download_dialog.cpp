@@ -4,13 +4,12 @@
 #include <memory>
 #include <string>
 
-#include "dialog_framework/module_state.h"
 #include "download/archive_entry.h"
 #include "plugin/host_records.h"
 #include "plugin/host_services.h"
-#include "plugin/plugin_state.h"
 #include "res/resource_ids.h"
 #include "text/wide_text.h"
+#include "ui/module_app.h"
 #include "ui/profile_chooser.h"
 
 namespace tarnik {

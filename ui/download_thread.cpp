@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "plugin/host_translator.h"
+#include "plugin/host_services.h"
 #include "text/wide_text.h"
 
 namespace tarnik {

@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "plugin/host_services.h"
-#include "plugin/profile_entry.h"
 #include "res/resource_ids.h"
 #include "ui/download_thread.h"
+#include "ui/profile_entry.h"
 
 namespace tarnik {
 

@@ -4,14 +4,11 @@
 #include <vector>
 
 #include "link/link_cores.h"
-#include "plugin/host_entry.h"
 #include "plugin/host_services.h"
-#include "plugin/host_translator.h"
-#include "plugin/plugin_state.h"
-#include "plugin/transport_callbacks.h"
 #include "res/resource_ids.h"
 #include "text/text_format.h"
 #include "text/wide_text.h"
+#include "ui/module_app.h"
 
 namespace tarnik {
 

@@ -44,4 +44,9 @@ private:
     dlg::Button portRange_;
 };
 
+// The configure callback our transport registers with the SMS plug-in: the dialog on a
+// working copy of the profile (blocking); the 13 bytes and the written length 13 go back
+// only when the user confirms. Always 0.
+intptr_t TransportConfigure(SmstConfigureInfo* request);
+
 }  // namespace tarnik

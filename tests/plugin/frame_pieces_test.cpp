@@ -9,8 +9,8 @@
 
 #include "dialog_framework/module_state.h"
 #include "plugin/host_records.h"
-#include "plugin/profile_entry.h"
 #include "send/progress_log_win32.h"
+#include "ui/profile_entry.h"
 
 namespace tarnik {
 namespace {

@@ -1,4 +1,4 @@
-#include "plugin/profile_entry.h"
+#include "ui/profile_entry.h"
 
 #include <cstring>
 
