@@ -46,12 +46,6 @@ constexpr char kUsage[] =
     "                  PDU <submitted hex>, SUBMIT <decoded fields and outcome>,\n"
     "                  REPORT <route and PDU>, FAULT <what>, LINK <client and pty events>\n"
     "  -v              the same lines on standard error\n"
-    "\n"
-    "Commands: AT, ATE0/1, ATZ, AT&F, ATI, ATS, AT+CGMI/CGMM/CGMR/CGSN/CIMI, AT+CPIN?,\n"
-    "AT+CSQ, AT+CBC, AT+CREG, AT+COPS?, AT+CFUN, AT+CMEE, AT+CSCS, AT+CSCA, AT+CSMS,\n"
-    "AT+CMGF, AT+CPMS, AT+CNMI, AT+CMGL, AT+CMGR, AT+CMGD, AT+CMGS (PDU, Ctrl-Z sends,\n"
-    "Esc cancels). Status reports requested by TP-SRR arrive as +CDS (CNMI ds=1), as\n"
-    "+CDSI with the report in storage SR (ds=2), or silently into SR (ds=0, mode 0).\n"
     "\n";
 
 volatile sig_atomic_t g_stop = 0;
@@ -326,6 +320,7 @@ int Main(int argc, char** argv) {
         const bool hasValue = i + 1 < argc;
         if (arg == "--help" || arg == "-h") {
             std::fputs(kUsage, stdout);
+            std::fputs(Modem::CommandHelp().c_str(), stdout);
             std::fputs(ConfigHelp(), stdout);
             return 0;
         } else if (arg == "--link" && hasValue) {

@@ -79,6 +79,37 @@ bool IsSetSuffix(const std::string& suffix) {
     return suffix.size() > 1 && suffix[0] == '=' && suffix != "=?";
 }
 
+using Result = Modem::Result;
+
+Result Accept(bool accepted) {
+    Result r;
+    r.kind = accepted ? Result::kOk : Result::kError;
+    return r;
+}
+
+// An action command that shows a fixed text; its test form answers OK alone.
+Result Fixed(const std::string& suffix, const std::string& text) {
+    Result r = Accept(suffix.empty() || suffix == "=?");
+    if (suffix.empty())
+        r.info = Info(text);
+    return r;
+}
+
+// An extended command with read (?), test (=?) and set (=<value>) forms: `read` and `test`
+// are the texts they show ("" for none), `set` takes the value and refuses it with false.
+template <typename Set>
+Result Form(const std::string& suffix, const std::string& read, const std::string& test, Set set) {
+    Result r;
+    if (suffix == "?" || suffix == "=?") {
+        const std::string& text = suffix == "?" ? read : test;
+        if (!text.empty())
+            r.info = Info(text);
+    } else if (!IsSetSuffix(suffix) || !set(suffix.substr(1), r)) {
+        return Accept(false);
+    }
+    return r;
+}
+
 }  // namespace
 
 Modem::Modem(PhoneConfig config, EventLog& log, std::function<std::time_t()> wallClock)
@@ -198,7 +229,7 @@ void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
                     quoted = !quoted;
                 ++stop;
             }
-            r = Execute(Upper(body.substr(pos, end - pos)), body.substr(end, stop - end));
+            r = Run(Upper(body.substr(pos, end - pos)), body.substr(end, stop - end));
             pos = stop;
         } else if (c == 'S' || c == '&' || std::isalpha(static_cast<unsigned char>(c))) {
             size_t end = pos + 1;
@@ -209,7 +240,7 @@ void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
                                          (sRegister && (body[end] == '=' || body[end] == '?')))) {
                 ++end;
             }
-            r = Basic(c, Upper(body.substr(pos + 1, end - pos - 1)));
+            r = Run(std::string(1, c), Upper(body.substr(pos + 1, end - pos - 1)));
             pos = end;
         } else {
             r.kind = Result::kError;
@@ -237,188 +268,201 @@ void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
     Reply(reply, key);
 }
 
-Modem::Result Modem::Basic(char command, const std::string& argument) {
-    Result r;
-    const auto fail = [&r] {
-        r.kind = Result::kError;
-        return r;
+struct Modem::Command {
+    const char* names;      // after "AT", one or more separated by blanks
+    const char* arguments;  // what may follow the name, for the help
+    const char* help;
+    Result (*handler)(Modem& modem, const std::string& suffix);
+};
+
+const std::vector<Modem::Command>& Modem::Commands() {
+    // Basic commands get their digits (or, for S, "<n>=<v>" and "<n>?") upper-cased, the
+    // extended ones the rest of the command up to ";" as typed.
+    static const std::vector<Command> kCommands = {
+        {"E", "[0|1]", "echo of command lines off or on",
+         [](Modem& m, const std::string& a) {
+             if (a != "" && a != "0" && a != "1")
+                 return Accept(false);
+             m.echo_ = a == "1";
+             return Accept(true);
+         }},
+        {"V", "1", "verbose result codes, the only kind",
+         [](Modem&, const std::string& a) { return Accept(a == "1"); }},
+        {"Q", "[0]", "result codes sent, the only choice",
+         [](Modem&, const std::string& a) { return Accept(a == "" || a == "0"); }},
+        {"Z", "", "resets echo, +CMGF, +CMEE and +CNMI",
+         [](Modem& m, const std::string&) {
+             m.ResetSettings();
+             return Accept(true);
+         }},
+        {"I", "", "manufacturer and model, then revision",
+         [](Modem& m, const std::string&) {
+             Result r;
+             r.info =
+                 Info(m.config_.manufacturer + " " + m.config_.model) + Info(m.config_.revision);
+             return r;
+         }},
+        {"X H L M", "[<n>]", "accepted and ignored",
+         [](Modem&, const std::string&) { return Accept(true); }},
+        // S<n>=<v> is accepted and forgotten; S<n>? reads the V.25ter defaults.
+        {"S", "<n>=<v>|<n>?", "values forgotten; S3/S4/S5 read 013/010/008",
+         [](Modem&, const std::string& a) {
+             Result r = Accept(!a.empty());
+             if (a.find('?') != std::string::npos) {
+                 const int n = std::atoi(a.c_str());
+                 const int value = n == 3 ? 13 : n == 4 ? 10 : n == 5 ? 8 : 0;
+                 char text[8];
+                 std::snprintf(text, sizeof text, "%03d", value);
+                 r.info = Info(text);
+             }
+             return r;
+         }},
+        {"&", "<x>[<n>]", "&F as Z, any other accepted and ignored",
+         [](Modem& m, const std::string& a) {
+             if (!a.empty() && a[0] == 'F')
+                 m.ResetSettings();
+             return Accept(!a.empty());
+         }},
+        {"+CGMI +GMI", "", "manufacturer",
+         [](Modem& m, const std::string& s) { return Fixed(s, m.config_.manufacturer); }},
+        {"+CGMM +GMM", "", "model",
+         [](Modem& m, const std::string& s) { return Fixed(s, m.config_.model); }},
+        {"+CGMR +GMR", "", "revision",
+         [](Modem& m, const std::string& s) { return Fixed(s, m.config_.revision); }},
+        {"+CGSN +GSN", "", "IMEI",
+         [](Modem& m, const std::string& s) { return Fixed(s, m.config_.imei); }},
+        {"+CIMI", "", "IMSI",
+         [](Modem& m, const std::string& s) { return Fixed(s, m.config_.imsi); }},
+        {"+GCAP", "", "capabilities: +CGSM",
+         [](Modem&, const std::string& s) { return Fixed(s, "+GCAP: +CGSM"); }},
+        {"+CSQ", "", "signal quality: 21,99",
+         [](Modem&, const std::string& s) { return Fixed(s, "+CSQ: 21,99"); }},
+        {"+CBC", "", "battery: 0,80",
+         [](Modem&, const std::string& s) { return Fixed(s, "+CBC: 0,80"); }},
+        {"+CNUM", "", "own numbers: none",
+         [](Modem&, const std::string& s) { return Accept(s.empty() || s == "=?"); }},
+        {"+CPIN", "?|=<pin>", "SIM ready, any PIN accepted",
+         [](Modem&, const std::string& s) {
+             return Form(s, "+CPIN: READY", "", [](const std::string&, Result&) { return true; });
+         }},
+        {"+CFUN", "?|=<fun>[,<rst>]", "full functionality",
+         [](Modem&, const std::string& s) {
+             return Form(s, "+CFUN: 1", "+CFUN: (0,1),(0,1)",
+                         [](const std::string&, Result&) { return true; });
+         }},
+        {"+COPS", "?|=<mode>[,...]", "registered to TARNIK NET",
+         [](Modem&, const std::string& s) {
+             return Form(s, "+COPS: 0,0,\"TARNIK NET\"", "",
+                         [](const std::string&, Result&) { return true; });
+         }},
+        {"+CREG", "?|=0..2", "home network; the setting is kept",
+         [](Modem& m, const std::string& s) {
+             return Form(s, "+CREG: " + std::to_string(m.creg_) + ",1", "+CREG: (0-2)",
+                         [&m](const std::string& v, Result&) {
+                             int n = 0;
+                             if (!ParseNumber(v, 0, 2, n))
+                                 return false;
+                             m.creg_ = n;
+                             return true;
+                         });
+         }},
+        {"+CMEE", "?|=0..2", "kept; errors stay ERROR, +CMS ERROR",
+         [](Modem& m, const std::string& s) {
+             return Form(s, "+CMEE: " + std::to_string(m.cmee_), "+CMEE: (0-2)",
+                         [&m](const std::string& v, Result&) {
+                             int n = 0;
+                             if (!ParseNumber(v, 0, 2, n))
+                                 return false;
+                             m.cmee_ = n;
+                             return true;
+                         });
+         }},
+        {"+CSCS", "?|=<set>", "GSM, IRA, 8859-1, PCCP437, UCS2 or HEX",
+         [](Modem& m, const std::string& s) {
+             static const std::vector<std::string> kSets{"GSM",     "IRA",  "8859-1",
+                                                         "PCCP437", "UCS2", "HEX"};
+             return Form(s, "+CSCS: " + Quoted(m.charset_),
+                         "+CSCS: (\"GSM\",\"IRA\",\"8859-1\",\"PCCP437\",\"UCS2\",\"HEX\")",
+                         [&m](const std::string& v, Result&) {
+                             const std::string set = Upper(Parameters(v).front());
+                             if (std::find(kSets.begin(), kSets.end(), set) == kSets.end())
+                                 return false;
+                             m.charset_ = set;
+                             return true;
+                         });
+         }},
+        {"+CSCA", "?|=<number>[,<type>]", "service centre address",
+         [](Modem& m, const std::string& s) {
+             const bool international = !m.smsc_.empty() && m.smsc_.front() == '+';
+             return Form(s, "+CSCA: " + Quoted(m.smsc_) + "," + (international ? "145" : "129"), "",
+                         [&m](const std::string& v, Result&) {
+                             m.smsc_ = Parameters(v).front();
+                             return true;
+                         });
+         }},
+        // TS 27.005 3.2.1: phase 2+ services all supported.
+        {"+CSMS", "?|=0|1", "phase 2+ services, all supported",
+         [](Modem&, const std::string& s) {
+             return Form(s, "+CSMS: 0,1,1,1", "+CSMS: (0,1)", [](const std::string& v, Result& r) {
+                 int n = 0;
+                 if (!ParseNumber(v, 0, 1, n))
+                     return false;
+                 r.info = Info("+CSMS: 1,1,1");
+                 return true;
+             });
+         }},
+        {"+CMGF", "?|=0|1", "PDU mode; text mode only if configured",
+         [](Modem& m, const std::string& s) {
+             return Form(s, m.textMode_ ? "+CMGF: 1" : "+CMGF: 0",
+                         m.config_.textMode ? "+CMGF: (0,1)" : "+CMGF: (0)",
+                         [&m](const std::string& v, Result&) {
+                             int n = 0;
+                             if (!ParseNumber(v, 0, m.config_.textMode ? 1 : 0, n))
+                                 return false;
+                             m.textMode_ = n == 1;
+                             return true;
+                         });
+         }},
+        {"+CPMS", "?|=<mem1>[,<mem2>[,<mem3>]]", "storages ME, SM, MT (both), SR (reports)",
+         [](Modem& m, const std::string& s) { return m.Cpms(s); }},
+        {"+CNMI", "?|=<mode>,<mt>,<bm>,<ds>,<bfr>", "reports as +CDS (ds 1) or +CDSI (ds 2)",
+         [](Modem& m, const std::string& s) { return m.Cnmi(s); }},
+        {"+CMGL", "[=<stat>]", "lists <mem1>, 4 for every message",
+         [](Modem& m, const std::string& s) { return m.Cmgl(s); }},
+        {"+CMGR", "=<index>", "reads one message of <mem1>",
+         [](Modem& m, const std::string& s) { return m.Cmgr(s); }},
+        {"+CMGD", "=<index>[,<flag>]", "deletes one, or by status with <flag>",
+         [](Modem& m, const std::string& s) { return m.Cmgd(s); }},
+        {"+CMGS", "=<length>", "PDU after \"> \"; Ctrl-Z sends, Esc cancels",
+         [](Modem& m, const std::string& s) { return m.Cmgs(s); }},
     };
-    switch (command) {
-        case 'E':
-            if (argument != "" && argument != "0" && argument != "1")
-                return fail();
-            echo_ = argument == "1";
-            return r;
-        case 'V':  // only verbose result codes
-            return argument == "1" ? r : fail();
-        case 'Q':
-            return argument == "" || argument == "0" ? r : fail();
-        case 'Z':
-            ResetSettings();
-            return r;
-        case 'I':
-            r.info = Info(config_.manufacturer + " " + config_.model) + Info(config_.revision);
-            return r;
-        case 'X':
-        case 'H':
-        case 'L':
-        case 'M':
-            return r;
-        case 'S':  // S<n>=<v> accepted and forgotten; S<n>? reads the V.25ter defaults
-            if (argument.find('?') != std::string::npos) {
-                const int n = std::atoi(argument.c_str());
-                const int value = n == 3 ? 13 : n == 4 ? 10 : n == 5 ? 8 : 0;
-                char text[8];
-                std::snprintf(text, sizeof text, "%03d", value);
-                r.info = Info(text);
-            }
-            return argument.empty() ? fail() : r;
-        case '&':
-            if (!argument.empty() && argument[0] == 'F')
-                ResetSettings();
-            return argument.empty() ? fail() : r;
-        default:
-            return fail();
-    }
+    return kCommands;
 }
 
-Modem::Result Modem::Execute(const std::string& name, const std::string& suffix) {
-    Result r;
-    const bool test = suffix == "=?";
-    const bool read = suffix == "?";
-    const auto fail = [&r] {
-        r.kind = Result::kError;
-        return r;
-    };
-    const auto text = [&](const std::string& value) {
-        if (!test && !suffix.empty())
-            return fail();
-        if (!test)
-            r.info = Info(value);
-        return r;
-    };
-    int n = 0;
+Modem::Result Modem::Run(const std::string& name, const std::string& suffix) {
+    for (const Command& command : Commands()) {
+        if ((std::string(" ") + command.names + " ").find(" " + name + " ") != std::string::npos)
+            return command.handler(*this, suffix);
+    }
+    return Accept(false);
+}
 
-    if (name == "+CGMI" || name == "+GMI")
-        return text(config_.manufacturer);
-    if (name == "+CGMM" || name == "+GMM")
-        return text(config_.model);
-    if (name == "+CGMR" || name == "+GMR")
-        return text(config_.revision);
-    if (name == "+CGSN" || name == "+GSN")
-        return text(config_.imei);
-    if (name == "+CIMI")
-        return text(config_.imsi);
-    if (name == "+GCAP")
-        return text("+GCAP: +CGSM");
-    if (name == "+CSQ")
-        return text("+CSQ: 21,99");
-    if (name == "+CBC")
-        return text("+CBC: 0,80");
-    if (name == "+CNUM")
-        return suffix.empty() || test ? r : fail();
-    if (name == "+CPIN") {
-        if (read)
-            r.info = Info("+CPIN: READY");
-        return read || test || IsSetSuffix(suffix) ? r : fail();
+std::string Modem::CommandHelp() {
+    std::string help =
+        "Commands, several to a line after one \"AT\" (the extended ones separated by \";\");\n"
+        "every extended command also answers its test form \"=?\":\n";
+    for (const Command& command : Commands()) {
+        std::string usage = "AT" + std::string(command.names);
+        for (size_t blank = usage.find(' '); blank != std::string::npos;
+             blank = usage.find(' ', blank + 4))
+            usage.replace(blank, 1, ", AT");
+        usage += command.arguments;
+        // A long usage gets a line of its own.
+        usage +=
+            usage.size() < 34 ? std::string(34 - usage.size(), ' ') : "\n" + std::string(36, ' ');
+        help += "  " + usage + command.help + "\n";
     }
-    if (name == "+CFUN") {
-        if (read)
-            r.info = Info("+CFUN: 1");
-        if (test)
-            r.info = Info("+CFUN: (0,1),(0,1)");
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+COPS") {
-        if (read)
-            r.info = Info("+COPS: 0,0,\"TARNIK NET\"");
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CREG") {
-        if (read)
-            r.info = Info("+CREG: " + std::to_string(creg_) + ",1");
-        if (test)
-            r.info = Info("+CREG: (0-2)");
-        if (IsSetSuffix(suffix)) {
-            if (!ParseNumber(suffix.substr(1), 0, 2, n))
-                return fail();
-            creg_ = n;
-        }
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CMEE") {
-        if (read)
-            r.info = Info("+CMEE: " + std::to_string(cmee_));
-        if (test)
-            r.info = Info("+CMEE: (0-2)");
-        if (IsSetSuffix(suffix)) {
-            if (!ParseNumber(suffix.substr(1), 0, 2, n))
-                return fail();
-            cmee_ = n;
-        }
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CSCS") {
-        static const std::vector<std::string> kSets{"GSM",     "IRA",  "8859-1",
-                                                    "PCCP437", "UCS2", "HEX"};
-        if (read)
-            r.info = Info("+CSCS: " + Quoted(charset_));
-        if (test)
-            r.info = Info("+CSCS: (\"GSM\",\"IRA\",\"8859-1\",\"PCCP437\",\"UCS2\",\"HEX\")");
-        if (IsSetSuffix(suffix)) {
-            const std::string set = Upper(Parameters(suffix.substr(1)).front());
-            if (std::find(kSets.begin(), kSets.end(), set) == kSets.end())
-                return fail();
-            charset_ = set;
-        }
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CSCA") {
-        if (read) {
-            const bool international = !smsc_.empty() && smsc_.front() == '+';
-            r.info = Info("+CSCA: " + Quoted(smsc_) + "," + (international ? "145" : "129"));
-        }
-        if (IsSetSuffix(suffix))
-            smsc_ = Parameters(suffix.substr(1)).front();
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CSMS") {  // TS 27.005 3.2.1: phase 2+ services all supported
-        if (read)
-            r.info = Info("+CSMS: 0,1,1,1");
-        if (test)
-            r.info = Info("+CSMS: (0,1)");
-        if (IsSetSuffix(suffix)) {
-            if (!ParseNumber(suffix.substr(1), 0, 1, n))
-                return fail();
-            r.info = Info("+CSMS: 1,1,1");
-        }
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CMGF") {
-        if (read)
-            r.info = Info("+CMGF: " + std::string(textMode_ ? "1" : "0"));
-        if (test)
-            r.info = Info(config_.textMode ? "+CMGF: (0,1)" : "+CMGF: (0)");
-        if (IsSetSuffix(suffix)) {
-            if (!ParseNumber(suffix.substr(1), 0, config_.textMode ? 1 : 0, n))
-                return fail();
-            textMode_ = n == 1;
-        }
-        return read || test || IsSetSuffix(suffix) ? r : fail();
-    }
-    if (name == "+CPMS")
-        return Cpms(suffix);
-    if (name == "+CNMI")
-        return Cnmi(suffix);
-    if (name == "+CMGL")
-        return Cmgl(suffix);
-    if (name == "+CMGR")
-        return Cmgr(suffix);
-    if (name == "+CMGD")
-        return Cmgd(suffix);
-    if (name == "+CMGS")
-        return Cmgs(suffix);
-    return fail();
+    return help + "\n";
 }
 
 bool Modem::StorageRefused(const std::string& name) const {

@@ -43,13 +43,19 @@ public:
 
     std::vector<Emission> TakeOutput();
 
-private:
+    // The commands the phone knows, one line each, from the table that runs them.
+    static std::string CommandHelp();
+
     // The outcome of one command of a command line.
     struct Result {
         enum Kind { kOk, kError, kCms, kPrompt } kind = kOk;
         int code = 0;
         std::string info;  // information text, already framed
     };
+
+private:
+    struct Command;
+    static const std::vector<Command>& Commands();
     struct Slot {
         std::string storage;  // ME, SM or SR
         int index = 0;        // index in that storage
@@ -68,8 +74,8 @@ private:
     void Answer(const std::string& raw, const std::string& line, size_t at, const std::string& key);
     void PromptByte(char c, Clock::time_point now);
     void Submit(const std::string& pdu, Clock::time_point now);
-    Result Execute(const std::string& name, const std::string& suffix);
-    Result Basic(char command, const std::string& argument);
+    // One command: a basic one by its letter (or "&"), an extended one by its name.
+    Result Run(const std::string& name, const std::string& suffix);
 
     Result Cpms(const std::string& suffix);
     Result Cmgl(const std::string& suffix);
