@@ -1,5 +1,6 @@
 #include "pdu/cp1250.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tarnik {
@@ -27,13 +28,55 @@ constexpr char16_t kHighHalf[128] = {
     0x0159, 0x016F, 0x00FA, 0x0171, 0x00FC, 0x00FD, 0x0163, 0x02D9,  // 0xF8
 };
 
+// The reverse of the high half, built at compile time: Polish text is mostly characters
+// below U+0180, found by index; the rest (quotes, dashes, the euro sign) by binary search.
+constexpr char16_t kDirectEnd = 0x180;
+
+struct ReverseMaps {
+    uint8_t direct[kDirectEnd - 0x80];  // 0: not in the code page
+    struct Pair {
+        char16_t unit;
+        uint8_t byte;
+    } sorted[128];
+    size_t sortedCount;
+};
+
+constexpr ReverseMaps BuildReverseMaps() {
+    ReverseMaps maps{};
+    for (int i = 0; i < 128; ++i) {
+        const char16_t unit = kHighHalf[i];
+        const auto byte = static_cast<uint8_t>(0x80 + i);
+        if (unit < kDirectEnd) {
+            maps.direct[unit - 0x80] = byte;
+            continue;
+        }
+        size_t at = maps.sortedCount++;  // insertion sort: 128 rows, once, at compile time
+        for (; at > 0 && maps.sorted[at - 1].unit > unit; --at)
+            maps.sorted[at] = maps.sorted[at - 1];
+        maps.sorted[at] = {unit, byte};
+    }
+    return maps;
+}
+
+constexpr ReverseMaps kReverse = BuildReverseMaps();
+
 char NarrowOf(char16_t unit) {
     if (unit < 0x80)
         return static_cast<char>(unit);
-    for (int i = 0; i < 128; ++i) {
-        if (kHighHalf[i] == unit)
-            return static_cast<char>(0x80 + i);
+    if (unit < kDirectEnd) {
+        const uint8_t byte = kReverse.direct[unit - 0x80];
+        return byte != 0 ? static_cast<char>(byte) : '?';
     }
+    size_t low = 0, high = kReverse.sortedCount;
+    while (low < high) {
+        const size_t middle = (low + high) / 2;
+        if (kReverse.sorted[middle].unit < unit)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    if (low < kReverse.sortedCount && kReverse.sorted[low].unit == unit)
+        return static_cast<char>(kReverse.sorted[low].byte);
     return '?';
 }
 

@@ -51,15 +51,8 @@ constexpr std::array<GsmRow, 10> kExtension = {{
     {0xA4, 0x65},
 }};
 
-struct FastMaps {
-    uint8_t septetFromByte[256];
-    uint8_t byteFromSeptet[128];
-    uint8_t extSeptetFromByte[256];
-    uint8_t byteFromExtSeptet[256];
-};
-
-constexpr FastMaps BuildFastMaps() {
-    FastMaps maps{};
+constexpr GsmFastMaps BuildFastMaps() {
+    GsmFastMaps maps{};
     for (int v = 0; v < 256; ++v) {
         const auto value = static_cast<uint8_t>(v);
         maps.septetFromByte[v] = Walk(kDefault, value, GsmColumn::kByte, GsmColumn::kSeptet);
@@ -77,9 +70,9 @@ constexpr FastMaps BuildFastMaps() {
     return maps;
 }
 
-constexpr FastMaps kMaps = BuildFastMaps();
-
 }  // namespace
+
+constexpr GsmFastMaps kGsmFastMaps = BuildFastMaps();
 
 const std::array<GsmRow, 129> kGsmDefaultTable = kDefault;
 const std::array<GsmRow, 10> kGsmExtensionTable = kExtension;
@@ -90,19 +83,6 @@ uint8_t GsmLookup(uint8_t value, GsmColumn from, GsmColumn to) {
 
 uint8_t GsmExtLookup(uint8_t value, GsmColumn from, GsmColumn to) {
     return Walk(kExtension, value, from, to);
-}
-
-uint8_t SeptetFromByte(uint8_t byte) {
-    return kMaps.septetFromByte[byte];
-}
-uint8_t ByteFromSeptet(uint8_t septet) {
-    return kMaps.byteFromSeptet[septet & 0x7F];
-}
-uint8_t ExtensionSeptetFromByte(uint8_t byte) {
-    return kMaps.extSeptetFromByte[byte];
-}
-uint8_t ByteFromExtensionSeptet(uint8_t septet) {
-    return kMaps.byteFromExtSeptet[septet];
 }
 
 }  // namespace tarnik

@@ -29,11 +29,30 @@ constexpr uint8_t kGsmNotFound = 0x20;  // a value in no row reads as a space
 uint8_t GsmLookup(uint8_t value, GsmColumn from, GsmColumn to);
 uint8_t GsmExtLookup(uint8_t value, GsmColumn from, GsmColumn to);
 
-// Same answers as the walks above, from tables built once; the codec's hot paths use these.
-uint8_t SeptetFromByte(uint8_t byte);
-uint8_t ByteFromSeptet(uint8_t septet);  // septet taken modulo 128
+// Same answers as the walks above, from tables built at compile time; inline, since the
+// codec's hot paths look up every character through them.
+struct GsmFastMaps {
+    uint8_t septetFromByte[256];
+    uint8_t byteFromSeptet[128];
+    uint8_t extSeptetFromByte[256];
+    uint8_t byteFromExtSeptet[256];
+};
+extern const GsmFastMaps kGsmFastMaps;
+
+inline uint8_t SeptetFromByte(uint8_t byte) {
+    return kGsmFastMaps.septetFromByte[byte];
+}
+// The septet is taken modulo 128.
+inline uint8_t ByteFromSeptet(uint8_t septet) {
+    return kGsmFastMaps.byteFromSeptet[septet & 0x7F];
+}
 // Extension septet for a byte, or 0 when the byte is not in the extension table.
-uint8_t ExtensionSeptetFromByte(uint8_t byte);
-uint8_t ByteFromExtensionSeptet(uint8_t septet);  // 0x20 when not in the table
+inline uint8_t ExtensionSeptetFromByte(uint8_t byte) {
+    return kGsmFastMaps.extSeptetFromByte[byte];
+}
+// 0x20 when the septet is not in the extension table.
+inline uint8_t ByteFromExtensionSeptet(uint8_t septet) {
+    return kGsmFastMaps.byteFromExtSeptet[septet];
+}
 
 }  // namespace tarnik

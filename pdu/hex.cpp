@@ -4,11 +4,6 @@ namespace tarnik {
 
 namespace {
 
-int StrictDigit(char c) {
-    const int code = static_cast<unsigned char>(c);
-    return code <= '9' ? code - '0' : code - 55;
-}
-
 int LenientDigit(char c) {
     if (c >= '0' && c <= '9')
         return c - '0';
@@ -20,11 +15,6 @@ int LenientDigit(char c) {
 }
 
 }  // namespace
-
-// Garbage characters wrap modulo 256 so that every input maps to one octet.
-uint8_t HexPairValue(char high, char low) {
-    return static_cast<uint8_t>(16 * StrictDigit(high) + StrictDigit(low));
-}
 
 uint8_t HexPairValueLenient(char high, char low) {
     return static_cast<uint8_t>(16 * LenientDigit(high) + LenientDigit(low));

@@ -8,9 +8,19 @@
 
 namespace tarnik {
 
+// One digit of the strict reading: anything above '9' counts as its code minus 55.
+constexpr int StrictHexDigit(char c) {
+    const int code = static_cast<unsigned char>(c);
+    return code <= '9' ? code - '0' : code - 55;
+}
+
 // Strict reading: '0'-'9' and 'A'-'F' give their values; any other character
-// still gives a defined 8-bit result (its code minus 55), never a trap.
-uint8_t HexPairValue(char high, char low);
+// still gives a defined 8-bit result (its code minus 55), never a trap. Inline: every
+// octet of every PDU is read through it.
+constexpr uint8_t HexPairValue(char high, char low) {
+    // Garbage characters wrap modulo 256 so that every input maps to one octet.
+    return static_cast<uint8_t>(16 * StrictHexDigit(high) + StrictHexDigit(low));
+}
 
 // Also accepts 'a'-'f'; other characters count at their own code. Used for
 // TP-User-Data-Length only, whose value the decoders do not rely on.

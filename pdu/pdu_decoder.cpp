@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <utility>
 
 #include "pdu/code_page.h"
 #include "pdu/hex_cursor.h"
@@ -60,16 +61,16 @@ bool DecodeUcs2(std::string_view hex, std::string& text) {
     const size_t units = hex.size() / 4;
     if (units > kMaxUcs2Units)
         return false;
-    std::u16string wide;
-    wide.reserve(units);
-    for (size_t i = 0; i < units; ++i) {
-        const char16_t unit = static_cast<char16_t>(HexPairValue(hex[4 * i], hex[4 * i + 1]) << 8 |
-                                                    HexPairValue(hex[4 * i + 2], hex[4 * i + 3]));
+    char16_t wide[kMaxUcs2Units];
+    size_t length = 0;
+    for (const char* digits = hex.data(); length < units; ++length, digits += 4) {
+        const auto unit = static_cast<char16_t>(HexPairValue(digits[0], digits[1]) << 8 |
+                                                HexPairValue(digits[2], digits[3]));
         if (unit == 0)
             break;  // the text buffer is NUL-terminated
-        wide.push_back(unit);
+        wide[length] = unit;
     }
-    text = NarrowFromUtf16(wide);
+    text = NarrowFromUtf16(std::u16string_view(wide, length));
     return true;
 }
 
@@ -132,13 +133,13 @@ SmsPdu DecodePdu(std::string hex) {
     switch (record.firstOctet.mti) {
         case kMtiDeliver:
             record.decoded = true;
-            return DecodeDeliver(cursor.Rest(), record);
+            return DecodeDeliver(cursor.Rest(), std::move(record));
         case kMtiSubmit:
             record.decoded = true;
-            return DecodeSubmit(cursor.Rest(), record);
+            return DecodeSubmit(cursor.Rest(), std::move(record));
         case kMtiStatusReport:
             record.decoded = true;
-            return DecodeStatusReport(cursor.Rest(), record);
+            return DecodeStatusReport(cursor.Rest(), std::move(record));
         default:
             return record;  // reserved type
     }

@@ -38,9 +38,13 @@ uint32_t AlphabetFromDcs(uint8_t dcs) {
 }
 
 std::string NumberFromSemiOctets(std::string_view chars) {
-    std::string number = SwapSemiOctets(chars);
-    if (!number.empty() && number.back() == 'F')
-        number.pop_back();
+    // Swapped in place: numbers fit the string's own buffer, with no temporary.
+    size_t length = chars.size() & ~size_t{1};
+    if (length > 0 && chars[length - 2] == 'F')
+        --length;  // the filler is the high semi-octet of the last pair
+    std::string number(length, '\0');
+    for (size_t i = 0; i < length; ++i)
+        number[i] = chars[i ^ 1];
     return number;
 }
 

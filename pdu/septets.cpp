@@ -57,32 +57,43 @@ int PackSeptets(std::string_view text, size_t headerOctets, std::string& hex) {
 
 std::string UnpackSeptets(std::string_view hex, size_t headerOctets) {
     const size_t octets = hex.size() / 2;
-    size_t count = octets * 8 / 7;
+    const size_t count = octets * 8 / 7;
     const size_t skip = headerOctets > 0 ? HeaderSeptets(headerOctets) : 0;
-    count = count > skip ? count - skip : 0;
-
     std::string out;
-    out.reserve(count);
-    size_t bitPos = skip * 7;
-    bool escaped = false;
-    for (size_t k = 0; k < count; ++k, bitPos += 7) {
-        // A septet spans at most two octets; both exist because count was derived from them.
-        const size_t octet = bitPos / 8;
-        const unsigned shift = bitPos % 8;
-        uint32_t window = HexPairValue(hex[2 * octet], hex[2 * octet + 1]);
-        if (shift > 1)
-            window |= uint32_t{HexPairValue(hex[2 * octet + 2], hex[2 * octet + 3])} << 8;
-        const auto septet = static_cast<uint8_t>((window >> shift) & 0x7F);
+    if (count <= skip)
+        return out;
+    // Escapes only shorten the text, so the septets after the header bound it.
+    out.resize(count - skip);
+    char* const begin = out.data();
+    char* end = begin;
 
-        if (escaped) {
-            out.back() = static_cast<char>(ByteFromExtensionSeptet(septet));
-            escaped = false;
-            continue;
+    // Each octet is read once into a bit accumulator; a septet is taken as soon as seven bits
+    // are there, so floor(octets * 8 / 7) septets come out in all, the header's dropped.
+    const char* digits = hex.data();
+    uint32_t acc = 0;
+    unsigned bits = 0;
+    size_t septetIndex = 0;
+    bool escaped = false;
+    for (size_t i = 0; i < octets; ++i, digits += 2) {
+        acc |= uint32_t{HexPairValue(digits[0], digits[1])} << bits;
+        bits += 8;
+        while (bits >= 7) {
+            const auto septet = static_cast<uint8_t>(acc & 0x7F);
+            acc >>= 7;
+            bits -= 7;
+            if (septetIndex++ < skip)
+                continue;
+            if (escaped) {
+                end[-1] = static_cast<char>(ByteFromExtensionSeptet(septet));
+                escaped = false;
+                continue;
+            }
+            const uint8_t byte = ByteFromSeptet(septet);
+            *end++ = static_cast<char>(byte);
+            escaped = byte == kGsmEscape;
         }
-        const uint8_t byte = ByteFromSeptet(septet);
-        out.push_back(static_cast<char>(byte));
-        escaped = byte == kGsmEscape;
     }
+    out.resize(static_cast<size_t>(end - begin));
     return out;
 }
 
