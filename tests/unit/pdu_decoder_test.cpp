@@ -107,20 +107,44 @@ TEST(DecodePdu, GarbageIsNotATrap) {
 TEST(DecodePdu, TimeStampUsesLocalDaylightSaving) {
     const char* old = std::getenv("TZ");
     const std::string saved = old ? old : "";
-    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-    tzset();
+    constexpr const char* kWarsaw = "CET-1CEST,M3.5.0,M10.5.0/3";
+    constexpr const char* kNewYork = "EST5EDT,M3.2.0,M11.1.0";
+    // Summer time as the standard and winter time as daylight saving time, as Irish rules
+    // are written: the spring gap then reads the other way round.
+    constexpr const char* kDublin = "IST-1GMT0,M10.5.0,M3.5.0/1";
     const struct {
+        const char* zone;
         const char* scts;
         int64_t time;
     } cases[] = {
-        {"42105171435480", 1705336485},  // 2024-01-15 17:34:45 CET = 16:34:45 UTC
-        {"42705121000000", 1721037600},  // 2024-07-15 12:00:00 CEST = 10:00:00 UTC
-        {"42406121000000", 1713261600},  // 2024-04-16 12:00:00 CEST
+        {kWarsaw, "42105171435480", 1705336485},  // 2024-01-15 17:34:45 CET = 16:34:45 UTC
+        {kWarsaw, "42705121000000", 1721037600},  // 2024-07-15 12:00:00 CEST = 10:00:00 UTC
+        {kWarsaw, "42406121000000", 1713261600},  // 2024-04-16 12:00:00 CEST
+        // Months past December carry into the next year: 2024-13-15 is 2025-01-15 (CET),
+        // 2024-20-09 is 2025-08-09 (CEST).
+        {kWarsaw, "42315121000000", 1736938800},
+        {kWarsaw, "42029021000000", 1754733600},
+        // The spring gap reads as it always has: the reading that lands in daylight saving
+        // time. 2024-03-31 02:30 is 01:30 UTC; 2024-03-10 02:30 EST is 07:30 UTC;
+        // 2024-03-31 01:30 is 00:30 UTC, the winter ("daylight") side in Dublin.
+        {kWarsaw, "42301320030000", 1711848600},
+        {kNewYork, "42300120030000", 1710055800},
+        {kDublin, "42301310030000", 1711845000},
+        // The repeated autumn hour is its first pass: 02:27 CEST = 00:27 UTC, 01:30 EDT =
+        // 05:30 UTC, 01:30 IST = 00:30 UTC.
+        {kWarsaw, "42017220720000", 1729988820},
+        {kNewYork, "42113010030000", 1730611800},
+        {kDublin, "42017210030000", 1729989000},
     };
     for (const auto& c : cases) {
-        const std::string pdu = "00040B918406214365F70000" + std::string(c.scts) + "00";
-        const SmsPdu r = DecodePdu(pdu);
-        EXPECT_EQ(r.timestamp.time, c.time) << c.scts;
+        setenv("TZ", c.zone, 1);
+        tzset();
+        // Whatever was decoded before (winter or summer) must not change the reading.
+        for (const char* before : {"42101521000000", "42701521000000"}) {
+            DecodePdu("00040B918406214365F70000" + std::string(before) + "00");
+            const SmsPdu r = DecodePdu("00040B918406214365F70000" + std::string(c.scts) + "00");
+            EXPECT_EQ(r.timestamp.time, c.time) << c.zone << " " << c.scts << " after " << before;
+        }
     }
     // The zone pair has no effect.
     EXPECT_EQ(DecodePdu("00040B918406214365F7000042105171435480"
