@@ -67,22 +67,28 @@ std::string UnpackSeptets(std::string_view hex, size_t headerOctets) {
     char* const begin = out.data();
     char* end = begin;
 
-    // Each octet is read once into a bit accumulator; a septet is taken as soon as seven bits
-    // are there, so floor(octets * 8 / 7) septets come out in all, the header's dropped.
-    const char* digits = hex.data();
+    // Each octet is read once into a bit accumulator, starting at the octet that holds the
+    // first text septet; a septet is taken as soon as seven bits are there. Reading up to the
+    // last octet gives floor(octets * 8 / 7) septets in all, the header's included.
+    const size_t firstBit = skip * 7;
+    const char* digits = hex.data() + 2 * (firstBit / 8);
+    const char* const digitsEnd = hex.data() + 2 * octets;
     uint32_t acc = 0;
     unsigned bits = 0;
-    size_t septetIndex = 0;
+    unsigned dropBits = firstBit % 8;  // header bits at the start of the first octet
     bool escaped = false;
-    for (size_t i = 0; i < octets; ++i, digits += 2) {
+    for (; digits != digitsEnd; digits += 2) {
         acc |= uint32_t{HexPairValue(digits[0], digits[1])} << bits;
         bits += 8;
+        if (dropBits != 0) {
+            acc >>= dropBits;
+            bits -= dropBits;
+            dropBits = 0;
+        }
         while (bits >= 7) {
             const auto septet = static_cast<uint8_t>(acc & 0x7F);
             acc >>= 7;
             bits -= 7;
-            if (septetIndex++ < skip)
-                continue;
             if (escaped) {
                 end[-1] = static_cast<char>(ByteFromExtensionSeptet(septet));
                 escaped = false;
