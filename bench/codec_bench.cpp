@@ -1,6 +1,4 @@
-// Throughput of the PDU codec on a mixed, deterministic set of the PDUs a phone lists:
-// short and long 7-bit messages, parts of long messages with 8- and 16-bit references,
-// UCS-2, alphanumeric senders, stored outgoing messages and status reports.
+// Throughput of the PDU codec on the corpus of bench/codec_corpus.h.
 //
 // With libgammu the same hexadecimal PDUs are decoded by it too. It takes binary, so the
 // hex-to-binary step is timed with it, as our decoder's own hex reading is.
@@ -15,9 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "pdu/hex.h"
+#include "bench/codec_corpus.h"
 #include "pdu/pdu_decoder.h"
-#include "pdu/septets.h"
 #include "pdu/submit_encoder.h"
 
 #ifdef TARNIK_HAVE_GAMMU
@@ -27,175 +24,9 @@
 namespace tarnik {
 namespace {
 
-constexpr size_t kCorpusSize = 400;
 constexpr double kMinSeconds = 1.0;
 
-constexpr const char* kWords[] = {
-    "spotkanie", "jutro", "o", "godzinie", "10", "w", "biurze", "prosze", "potwierdzic",
-    "kod", "dostepu", "to", "482913", "paczka", "czeka", "na", "odbior", "do", "piatku",
-    "zadzwon", "jak", "bedziesz", "mogl", "dziekuje", "pozdrawiam", "Ania", "(pilne)", "50%"};
-constexpr const char16_t* kWideWords[] = {
-    u"zażółć", u"gęślą", u"jaźń", u"spotkanie", u"jutro", u"w", u"Łodzi", u"dziękuję",
-    u"proszę", u"potwierdzić", u"część", u"wiadomości", u"€", u"—", u"ok"};
-
-std::string HexOf(const std::u16string& text) {
-    std::string hex;
-    for (const char16_t unit : text) {
-        AppendHexOctet(hex, static_cast<uint8_t>(unit >> 8));
-        AppendHexOctet(hex, static_cast<uint8_t>(unit & 0xFF));
-    }
-    return hex;
-}
-
-class CorpusBuilder {
-public:
-    std::vector<std::string> Build() {
-        std::vector<std::string> pdus;
-        for (size_t i = 0; i < kCorpusSize; ++i) pdus.push_back(Next(i));
-        return pdus;
-    }
-
-private:
-    std::mt19937 random_{20240115};
-
-    size_t Below(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random_); }
-    uint8_t Octet() { return static_cast<uint8_t>(Below(256)); }
-
-    std::string Text(size_t chars) {
-        std::string text;
-        while (text.size() < chars) {
-            if (!text.empty()) text += ' ';
-            text += kWords[Below(std::size(kWords))];
-        }
-        text.resize(chars);
-        return text;
-    }
-    std::u16string WideText(size_t units) {
-        std::u16string text;
-        while (text.size() < units) {
-            if (!text.empty()) text += u' ';
-            text += kWideWords[Below(std::size(kWideWords))];
-        }
-        text.resize(units);
-        return text;
-    }
-    std::string Digits(size_t count) {
-        std::string digits = "48";
-        while (digits.size() < count) digits += static_cast<char>('0' + Below(10));
-        return digits;
-    }
-
-    std::string Smsc() { return Below(2) ? "07918406010013F0" : "00"; }
-    static std::string Address(const std::string& digits) {
-        std::string field;
-        AppendHexOctet(field, static_cast<uint8_t>(digits.size()));
-        field += "91";
-        std::string padded = digits;
-        if (padded.size() % 2) padded += 'F';
-        return field + SwapSemiOctets(padded);
-    }
-    static std::string AlphanumericAddress(const std::string& name) {
-        std::string packed;
-        const int septets = PackSeptets(name, 0, packed);
-        std::string field;
-        AppendHexOctet(field, static_cast<uint8_t>((septets * 7 + 3) / 4));
-        return field + "D0" + packed;
-    }
-    std::string TimeStamp() {
-        std::string digits;
-        const int fields[] = {24, 1 + static_cast<int>(Below(12)), 1 + static_cast<int>(Below(28)),
-                              static_cast<int>(Below(24)), static_cast<int>(Below(60)),
-                              static_cast<int>(Below(60)), 4};
-        for (const int f : fields) {
-            digits += static_cast<char>('0' + f % 10);  // semi-octets: units digit first
-            digits += static_cast<char>('0' + f / 10);
-        }
-        return digits;
-    }
-    std::string ConcatHeader(bool sixteenBit, size_t total, size_t seq) {
-        std::string header;
-        if (sixteenBit) {
-            header = "060804";
-            AppendHexOctet(header, Octet());
-            AppendHexOctet(header, Octet());
-        } else {
-            header = "050003";
-            AppendHexOctet(header, Octet());
-        }
-        AppendHexOctet(header, static_cast<uint8_t>(total));
-        AppendHexOctet(header, static_cast<uint8_t>(seq));
-        return header;
-    }
-
-    // SMS-DELIVER with 7-bit text; the header, if any, takes the place of the leading
-    // zero septets the packer leaves for it.
-    std::string Deliver7(const std::string& originator, const std::string& text,
-                         const std::string& header) {
-        const size_t headerOctets = header.size() / 2;
-        std::string packed;
-        const int udl = PackSeptets(text, headerOctets, packed);
-        std::string pdu = Smsc();
-        AppendHexOctet(pdu, header.empty() ? 0x04 : 0x44);
-        pdu += originator + "0000" + TimeStamp();
-        AppendHexOctet(pdu, static_cast<uint8_t>(udl));
-        return pdu + header + packed.substr(header.size());
-    }
-    std::string DeliverUcs2(const std::string& originator, const std::u16string& text,
-                            const std::string& header) {
-        const std::string body = HexOf(text);
-        std::string pdu = Smsc();
-        AppendHexOctet(pdu, header.empty() ? 0x04 : 0x44);
-        pdu += originator + "0008" + TimeStamp();
-        AppendHexOctet(pdu, static_cast<uint8_t>((header.size() + body.size()) / 2));
-        return pdu + header + body;
-    }
-    std::string Submit() {
-        SmsSubmitParams p;
-        p.number = Digits(9 + Below(4));
-        p.messageRef = Octet();
-        p.vpPresent = 1;
-        p.vp = 0xAA;
-        p.statusReport = static_cast<uint32_t>(Below(2));
-        if (Below(2)) {
-            p.concat = 1;
-            p.concatRef = Octet();
-            p.concatTotal = 2 + static_cast<uint32_t>(Below(3));
-            p.concatSeq = 1 + static_cast<uint32_t>(Below(p.concatTotal));
-            p.text = Text(153);
-        } else {
-            p.text = Text(5 + Below(155));
-        }
-        return EncodeSubmit(p);
-    }
-    std::string StatusReport() {
-        std::string pdu = Smsc();
-        pdu += "06";
-        AppendHexOctet(pdu, Octet());
-        pdu += Address(Digits(11)) + TimeStamp() + TimeStamp();
-        static constexpr uint8_t kStatuses[] = {0x00, 0x00, 0x00, 0x01, 0x20, 0x30, 0x46, 0x61};
-        AppendHexOctet(pdu, kStatuses[Below(std::size(kStatuses))]);
-        return pdu;
-    }
-
-    std::string Next(size_t i) {
-        const std::string sender = Address(Digits(11));
-        switch (i % 8) {
-            case 0: return Deliver7(sender, Text(10 + Below(40)), "");
-            case 1: return Deliver7(sender, Text(120 + Below(41)), "");
-            case 2: return Deliver7(sender, Text(100 + Below(54)), ConcatHeader(false, 3, 1 + Below(3)));
-            case 3: return DeliverUcs2(sender, WideText(20 + Below(51)), "");
-            case 4: return DeliverUcs2(sender, WideText(30 + Below(37)), ConcatHeader(true, 2, 1 + Below(2)));
-            case 5: return Deliver7(AlphanumericAddress(Below(2) ? "Tarnik" : "Bank24"), Text(30 + Below(100)), "");
-            case 6: return Submit();
-            default: return StatusReport();
-        }
-    }
-};
-
-const std::vector<std::string>& Corpus() {
-    static const std::vector<std::string> corpus = CorpusBuilder().Build();
-    return corpus;
-}
+using bench::Corpus;
 
 void BM_TarnikDecode(benchmark::State& state) {
     const std::vector<std::string>& corpus = Corpus();
@@ -227,7 +58,8 @@ void BM_TarnikEncode(benchmark::State& state) {
         p.text = std::string(length, 'a');
         // Letters, digits, escaped characters ({}[]~ and the euro sign) and the pound sign.
         static constexpr char kChars[] = "abcdefgh ijklmnop RSTUV 0123456789.,!?{}[]~\xA3\x80";
-        for (char& c : p.text) c = kChars[random() % (sizeof kChars - 1)];
+        for (char& c : p.text)
+            c = kChars[random() % (sizeof kChars - 1)];
         p.messageRef = static_cast<uint8_t>(i);
         p.statusReport = i % 2;
         p.vpPresent = i % 5 != 0;
