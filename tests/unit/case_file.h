@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -20,7 +21,14 @@ struct CaseLine {
     };
     std::vector<Token> tokens;
 
-    bool Has(const std::string& word) const { return Find(word) < tokens.size(); }
+    // Where the word `key` stands; the end when it does not.
+    size_t Find(const std::string& key) const {
+        size_t at = 0;
+        while (at < tokens.size() && (tokens[at].quoted || tokens[at].text != key))
+            ++at;
+        return at;
+    }
+    bool Has(const std::string& key) const { return Find(key) < tokens.size(); }
     // The word after `key`, or `fallback` without one.
     std::string Word(const std::string& key, const std::string& fallback = "") const {
         const size_t at = Find(key) + 1;
@@ -39,15 +47,6 @@ struct CaseLine {
             text += s;
         return text;
     }
-
-private:
-    size_t Find(const std::string& word) const {
-        for (size_t at = 0; at < tokens.size(); ++at) {
-            if (!tokens[at].quoted && tokens[at].text == word)
-                return at;
-        }
-        return tokens.size();
-    }
 };
 
 struct Case {
@@ -58,18 +57,13 @@ struct Case {
     std::vector<CaseLine> All(const std::string& word) const {
         std::vector<CaseLine> out;
         for (const CaseLine& line : lines) {
-            if (!line.tokens.empty() && !line.tokens[0].quoted && line.tokens[0].text == word)
+            if (line.Find(word) == 0)
                 out.push_back(line);
         }
         return out;
     }
-    // The line that begins with `word`; an empty one, and a failure, when there is none.
-    CaseLine Line(const std::string& word) const {
-        const std::vector<CaseLine> found = All(word);
-        if (found.empty())
-            ADD_FAILURE() << name << ": no line " << word;
-        return found.empty() ? CaseLine{} : found.front();
-    }
+    // The line that begins with `word`; a missing one throws, which fails the test.
+    CaseLine Line(const std::string& word) const { return All(word).at(0); }
 };
 
 inline CaseLine ParseCaseLine(const std::string& text) {
