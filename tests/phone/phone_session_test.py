@@ -51,6 +51,7 @@ class CommandTest(PhoneTest):
             ("AT+CPIN?", b"\r\n+CPIN: READY\r\n\r\nOK\r\n"),
             ("AT+CSCA?", b'\r\n+CSCA: "+48601000310",145\r\n\r\nOK\r\n'),
             ("AT+CGMI;+CGMM", b"\r\nACME\r\n\r\nM1\r\n\r\nOK\r\n"),
+            ("AT+GMI;+GSN", b"\r\nACME\r\n\r\n490154203237518\r\n\r\nOK\r\n"),  # V.25ter names
             ("AT+CMGF=1", b"\r\nOK\r\n"),
             ("AT+CMGF?", b"\r\n+CMGF: 1\r\n\r\nOK\r\n"),
             ("AT+CMGF=2", b"\r\nERROR\r\n"),
