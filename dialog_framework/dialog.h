@@ -61,9 +61,6 @@ protected:
     virtual BOOL OnInitDialog();
     virtual void DoDataExchange(DataExchange& dx);
     virtual const MessageMap* GetMessageMap() const { return nullptr; }
-    // WM_COMMAND: the message map's command entries, then OK and Cancel. TRUE when handled;
-    // a dialog that overrides it passes what it does not take on to this one.
-    virtual BOOL OnCommand(WPARAM w, LPARAM l);
     // The framework's OK: saves the data, then ends the dialog with IDOK; a child page is
     // left as it is.
     virtual void OnOK();
@@ -79,6 +76,8 @@ protected:
 private:
     static INT_PTR CALLBACK DialogProc(HWND hwnd, UINT message, WPARAM w, LPARAM l);
     INT_PTR Handle(UINT message, WPARAM w, LPARAM l);
+    // WM_COMMAND: the message map's command entries, then OK and Cancel. TRUE when handled.
+    BOOL OnCommand(WPARAM w, LPARAM l);
     void ExecuteDlgInit();
 
     UINT templateId_;

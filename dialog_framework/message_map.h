@@ -1,14 +1,15 @@
-// A declarative message map: one ordered table per dialog class of (message, control id,
-// notification code, handler), looked up by one dispatcher. Handlers have typed
-// signatures; none unpacks WPARAM and LPARAM itself.
+// A declarative message map: one ordered table per dialog class, looked up by one
+// dispatcher; the first entry that takes a message wins. Each kind of entry unpacks its
+// message's WPARAM and LPARAM here, so a handler's signature says what it gets; only a
+// raw entry, for a private message (WM_APP + n), sees them as they came.
 #pragma once
 
 #include <windows.h>
 
 #include <commctrl.h>
 
+#include <functional>
 #include <initializer_list>
-#include <variant>
 #include <vector>
 
 namespace dlg {
@@ -23,47 +24,103 @@ public:
                           LRESULT& result) const = 0;
 };
 
+// Stands for the WM_CTLCOLOR* message of every kind of child control.
+constexpr UINT kAnyControlColour = 0xFFFFFFFF;
+
+inline bool IsControlColour(UINT message) {
+    return message == WM_CTLCOLOREDIT || message == WM_CTLCOLORLISTBOX ||
+           message == WM_CTLCOLORBTN || message == WM_CTLCOLORSCROLLBAR ||
+           message == WM_CTLCOLORSTATIC;
+}
+
 template <class D>
 struct MapEntry {
-    using CommandFn = void (D::*)();                               // WM_COMMAND from one control
-    using NotifyFn = LRESULT (D::*)(NMHDR*);                       // WM_NOTIFY from one control
-    using SizeFn = void (D::*)(UINT type, int cx, int cy);         // WM_SIZE
-    using ContextMenuFn = void (D::*)(HWND window, POINT screen);  // WM_CONTEXTMENU
-    using PlainFn = void (D::*)();                                 // a message without arguments
-    using RawFn = LRESULT (D::*)(WPARAM, LPARAM);  // anything else, e.g. WM_USER + n
-
     UINT message;
-    int id;     // control id for WM_COMMAND and WM_NOTIFY
-    UINT code;  // notification code for WM_COMMAND and WM_NOTIFY
-    std::variant<CommandFn, NotifyFn, SizeFn, ContextMenuFn, RawFn> handler;
-    bool plain = false;  // RawFn slot unused; CommandFn called for a plain message
+    int firstId = 0;  // WM_COMMAND and WM_NOTIFY: the ids taken, firstId to lastId
+    int lastId = 0;
+    UINT code = 0;  // WM_COMMAND and WM_NOTIFY: the notification code
+    std::function<LRESULT(D&, WPARAM, LPARAM)> call;
+
+    bool Takes(UINT m, WPARAM w, LPARAM l) const {
+        if (message == kAnyControlColour)
+            return IsControlColour(m);
+        if (m != message)
+            return false;
+        if (m == WM_COMMAND)
+            return LOWORD(w) >= firstId && LOWORD(w) <= lastId && HIWORD(w) == code;
+        if (m == WM_NOTIFY) {
+            const auto* header = reinterpret_cast<const NMHDR*>(l);
+            const auto id = static_cast<int>(header->idFrom);
+            return id >= firstId && id <= lastId && header->code == code;
+        }
+        return true;
+    }
 };
 
+// WM_COMMAND from one control with one notification code.
 template <class D>
 MapEntry<D> OnCommand(int id, UINT code, void (D::*fn)()) {
-    return {WM_COMMAND, id, code, fn};
+    return {WM_COMMAND, id, id, code, [fn](D& d, WPARAM, LPARAM) {
+                (d.*fn)();
+                return LRESULT{0};
+            }};
 }
+// Menu items and buttons (code 0) from first to last; the handler gets the id.
+template <class D>
+MapEntry<D> OnCommandRange(int first, int last, void (D::*fn)(UINT id)) {
+    return {WM_COMMAND, first, last, 0, [fn](D& d, WPARAM w, LPARAM) {
+                (d.*fn)(LOWORD(w));
+                return LRESULT{0};
+            }};
+}
+// WM_NOTIFY from one control; the handler's result is the notification's.
 template <class D>
 MapEntry<D> OnNotify(int id, UINT code, LRESULT (D::*fn)(NMHDR*)) {
-    return {WM_NOTIFY, id, code, fn};
+    return {WM_NOTIFY, id, id, code,
+            [fn](D& d, WPARAM, LPARAM l) { return (d.*fn)(reinterpret_cast<NMHDR*>(l)); }};
 }
 template <class D>
-MapEntry<D> OnSize(void (D::*fn)(UINT, int, int)) {
-    return {WM_SIZE, 0, 0, fn};
+MapEntry<D> OnSize(void (D::*fn)(UINT type, int cx, int cy)) {
+    return {WM_SIZE, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM l) {
+                (d.*fn)(static_cast<UINT>(w), LOWORD(l), HIWORD(l));
+                return LRESULT{0};
+            }};
 }
 template <class D>
-MapEntry<D> OnContextMenu(void (D::*fn)(HWND, POINT)) {
-    return {WM_CONTEXTMENU, 0, 0, fn};
+MapEntry<D> OnContextMenu(void (D::*fn)(HWND window, POINT screen)) {
+    return {WM_CONTEXTMENU, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM l) {
+                (d.*fn)(reinterpret_cast<HWND>(w),
+                        POINT{static_cast<short>(LOWORD(l)), static_cast<short>(HIWORD(l))});
+                return LRESULT{0};
+            }};
 }
+// WM_ERASEBKGND: true when the handler erased the background.
+template <class D>
+MapEntry<D> OnEraseBackground(bool (D::*fn)(HDC dc)) {
+    return {WM_ERASEBKGND, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM) {
+                return LRESULT{(d.*fn)(reinterpret_cast<HDC>(w)) ? 1 : 0};
+            }};
+}
+// The WM_CTLCOLOR* of every child control: the brush it is painted with.
+template <class D>
+MapEntry<D> OnControlColour(HBRUSH (D::*fn)(HDC dc, HWND control)) {
+    return {kAnyControlColour, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM l) {
+                return reinterpret_cast<LRESULT>(
+                    (d.*fn)(reinterpret_cast<HDC>(w), reinterpret_cast<HWND>(l)));
+            }};
+}
+// A message without arguments (WM_DESTROY).
 template <class D>
 MapEntry<D> OnPlain(UINT message, void (D::*fn)()) {
-    MapEntry<D> entry{message, 0, 0, fn};
-    entry.plain = true;
-    return entry;
+    return {message, 0, 0, 0, [fn](D& d, WPARAM, LPARAM) {
+                (d.*fn)();
+                return LRESULT{0};
+            }};
 }
+// A private message, as it came.
 template <class D>
 MapEntry<D> OnMessage(UINT message, LRESULT (D::*fn)(WPARAM, LPARAM)) {
-    return {message, 0, 0, fn};
+    return {message, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM l) { return (d.*fn)(w, l); }};
 }
 
 template <class D>
@@ -73,40 +130,10 @@ public:
 
     bool Dispatch(CDialog& dialog, UINT message, WPARAM w, LPARAM l,
                   LRESULT& result) const override {
-        D& self = static_cast<D&>(dialog);
         for (const MapEntry<D>& e : entries_) {
-            if (e.message != message)
-                continue;
-            result = 0;
-            switch (message) {
-                case WM_COMMAND:
-                    if (LOWORD(w) != e.id || HIWORD(w) != e.code)
-                        continue;
-                    (self.*std::get<typename MapEntry<D>::CommandFn>(e.handler))();
-                    return true;
-                case WM_NOTIFY: {
-                    auto* header = reinterpret_cast<NMHDR*>(l);
-                    if (static_cast<int>(header->idFrom) != e.id || header->code != e.code)
-                        continue;
-                    result = (self.*std::get<typename MapEntry<D>::NotifyFn>(e.handler))(header);
-                    return true;
-                }
-                case WM_SIZE:
-                    (self.*std::get<typename MapEntry<D>::SizeFn>(e.handler))(static_cast<UINT>(w),
-                                                                              LOWORD(l), HIWORD(l));
-                    return true;
-                case WM_CONTEXTMENU:
-                    (self.*std::get<typename MapEntry<D>::ContextMenuFn>(e.handler))(
-                        reinterpret_cast<HWND>(w),
-                        POINT{static_cast<short>(LOWORD(l)), static_cast<short>(HIWORD(l))});
-                    return true;
-                default:
-                    if (e.plain) {
-                        (self.*std::get<typename MapEntry<D>::CommandFn>(e.handler))();
-                    } else {
-                        result = (self.*std::get<typename MapEntry<D>::RawFn>(e.handler))(w, l);
-                    }
-                    return true;
+            if (e.Takes(message, w, l)) {
+                result = e.call(static_cast<D&>(dialog), w, l);
+                return true;
             }
         }
         return false;

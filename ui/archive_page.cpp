@@ -36,7 +36,7 @@ bool CWndAccessHost::Busy() const {
 
 const dlg::MessageMap* CWndAccessHost::GetMessageMap() const {
     static const dlg::MessageMapOf<CWndAccessHost> map = {
-        dlg::OnMessage(WM_DESTROY, &CWndAccessHost::OnDestroyPages),
+        dlg::OnPlain(WM_DESTROY, &CWndAccessHost::OnDestroyPages),
         dlg::OnSize(&CWndAccessHost::OnSize),
         dlg::OnMessage(hrx::WM_VLC_SELCHANGE, &CWndAccessHost::OnSelectionChange),
         dlg::OnCommand(IDOK, BN_CLICKED, &CWndAccessHost::OnClose),
@@ -122,7 +122,7 @@ void CWndAccessHost::OnClose() {
     delete this;
 }
 
-LRESULT CWndAccessHost::OnDestroyPages(WPARAM, LPARAM) {
+void CWndAccessHost::OnDestroyPages() {
     hrx::CUIWin7Dialog::OnDestroy();
     for (CWndSmsDownload* page : pages_) {
         DestroyWindow(page->hwnd());
@@ -130,7 +130,6 @@ LRESULT CWndAccessHost::OnDestroyPages(WPARAM, LPARAM) {
     }
     pages_.clear();
     current_ = nullptr;
-    return 0;
 }
 
 // 0 in every case: the host does not look at the menu callback's result.

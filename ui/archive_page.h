@@ -33,7 +33,7 @@ protected:
     void OnCancel() override;
 
 private:
-    LRESULT OnDestroyPages(WPARAM, LPARAM);
+    void OnDestroyPages();
     void OnSize(UINT type, int cx, int cy);
     LRESULT OnSelectionChange(WPARAM, LPARAM l);
     void OnClose();

@@ -41,15 +41,12 @@ CWndSmsDownload::CWndSmsDownload() : hrx::CUIScalableDialog(IDD_SMS_DOWNLOAD) {}
 
 const dlg::MessageMap* CWndSmsDownload::GetMessageMap() const {
     static const dlg::MessageMapOf<CWndSmsDownload> map = {
-        dlg::OnMessage(WM_ERASEBKGND, &CWndSmsDownload::OnEraseBackground),
-        dlg::OnMessage(WM_CTLCOLOREDIT, &CWndSmsDownload::OnControlColour),
-        dlg::OnMessage(WM_CTLCOLORLISTBOX, &CWndSmsDownload::OnControlColour),
-        dlg::OnMessage(WM_CTLCOLORBTN, &CWndSmsDownload::OnControlColour),
-        dlg::OnMessage(WM_CTLCOLORSCROLLBAR, &CWndSmsDownload::OnControlColour),
-        dlg::OnMessage(WM_CTLCOLORSTATIC, &CWndSmsDownload::OnControlColour),
+        dlg::OnEraseBackground(&CWndSmsDownload::OnEraseBackground),
+        dlg::OnControlColour(&CWndSmsDownload::OnControlColour),
         dlg::OnSize(&CWndSmsDownload::OnSize),
         dlg::OnNotify(IDC_MESSAGE_LIST, NM_RCLICK, &CWndSmsDownload::OnListRClick),
         dlg::OnNotify(IDC_MESSAGE_LIST, NM_CLICK, &CWndSmsDownload::OnListClick),
+        dlg::OnCommandRange(kCommandDownload, kCommandSave, &CWndSmsDownload::OnMenuCommand),
     };
     return &map;
 }
@@ -70,36 +67,31 @@ BOOL CWndSmsDownload::OnInitDialog() {
     return FALSE;
 }
 
-BOOL CWndSmsDownload::OnCommand(WPARAM w, LPARAM l) {
-    const UINT command = LOWORD(w);
-    if (command == kCommandDownload || command == kCommandSelectAll || command == kCommandSave) {
-        // While the chooser is open its worker may be rewriting the list and the groups.
-        if (busy_)
-            return TRUE;
-        // Reached from the host's message loop: the chooser's template is ours.
-        dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
-        if (command == kCommandDownload)
-            StartDownload();
-        if (command == kCommandSelectAll)
-            SelectAllMessages();
-        if (command == kCommandSave)
-            SaveSelectedToArchive();
-        return TRUE;
-    }
-    return hrx::CUIScalableDialog::OnCommand(w, l);
+void CWndSmsDownload::OnMenuCommand(UINT command) {
+    // While the chooser is open its worker may be rewriting the list and the groups.
+    if (busy_)
+        return;
+    // Reached from the host's message loop: the chooser's template is ours.
+    dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
+    if (command == kCommandDownload)
+        StartDownload();
+    if (command == kCommandSelectAll)
+        SelectAllMessages();
+    if (command == kCommandSave)
+        SaveSelectedToArchive();
 }
 
-LRESULT CWndSmsDownload::OnEraseBackground(WPARAM w, LPARAM) {
+bool CWndSmsDownload::OnEraseBackground(HDC dc) {
     RECT client;
     GetClientRect(hwnd(), &client);
     HBRUSH white = CreateSolidBrush(kWhite);
-    FillRect(reinterpret_cast<HDC>(w), &client, white);
+    FillRect(dc, &client, white);
     DeleteObject(white);
-    return 1;
+    return true;
 }
 
-LRESULT CWndSmsDownload::OnControlColour(WPARAM, LPARAM) {
-    return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
+HBRUSH CWndSmsDownload::OnControlColour(HDC, HWND) {
+    return static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH));
 }
 
 void CWndSmsDownload::OnSize(UINT type, int cx, int cy) {

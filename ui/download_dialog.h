@@ -26,17 +26,18 @@ public:
     bool Busy() const { return busy_; }
 
 protected:
-    BOOL OnCommand(WPARAM w, LPARAM l) override;
     void DoDataExchange(dlg::DataExchange& dx) override;
     BOOL OnInitDialog() override;
     const dlg::MessageMap* GetMessageMap() const override;
 
 private:
-    LRESULT OnEraseBackground(WPARAM w, LPARAM l);
-    LRESULT OnControlColour(WPARAM w, LPARAM l);
+    bool OnEraseBackground(HDC dc);
+    HBRUSH OnControlColour(HDC dc, HWND control);
     void OnSize(UINT type, int cx, int cy);
     LRESULT OnListRClick(NMHDR* header);
     LRESULT OnListClick(NMHDR* header);
+    // The context menu's commands, kCommandDownload to kCommandSave.
+    void OnMenuCommand(UINT command);
 
     void StartDownload();
     void SelectAllMessages();

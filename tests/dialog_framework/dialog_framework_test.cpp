@@ -119,6 +119,105 @@ TEST(DialogFramework, HandlerResultsReachTheSender) {
     EXPECT_EQ(answer, 42);
 }
 
+// A typed entry of each kind; the handlers note what they got while the test sends its
+// messages, and not the window's own painting.
+class TypedDialog : public TestDialog {
+public:
+    bool noting = false;
+    std::string noted;
+    static inline const HBRUSH kBrush = static_cast<HBRUSH>(GetStockObject(GRAY_BRUSH));
+
+protected:
+    const dlg::MessageMap* GetMessageMap() const override {
+        static const dlg::MessageMapOf<TypedDialog> map = {
+            dlg::OnEraseBackground(&TypedDialog::OnErase),
+            dlg::OnControlColour(&TypedDialog::OnColour),
+            dlg::OnSize(&TypedDialog::OnResize),
+            dlg::OnCommandRange(30, 32, &TypedDialog::OnRange),
+            dlg::OnNotify(40, NM_CLICK, &TypedDialog::OnClick),
+        };
+        return &map;
+    }
+
+private:
+    void Note(const std::string& what) {
+        if (noting)
+            noted = what;
+    }
+    bool OnErase(HDC dc) {
+        Note("erase " + std::to_string(reinterpret_cast<uintptr_t>(dc)));
+        return true;
+    }
+    HBRUSH OnColour(HDC dc, HWND control) {
+        Note("colour " + std::to_string(reinterpret_cast<uintptr_t>(dc)) + " " +
+             std::to_string(GetDlgCtrlID(control)));
+        return kBrush;
+    }
+    void OnResize(UINT type, int cx, int cy) {
+        Note("size " + std::to_string(type) + " " + std::to_string(cx) + "x" + std::to_string(cy));
+    }
+    void OnRange(UINT id) { Note("command " + std::to_string(id)); }
+    LRESULT OnClick(NMHDR* header) {
+        Note("click " + std::to_string(header->idFrom));
+        return 7;
+    }
+};
+
+TEST(DialogFramework, TypedEntriesGiveEachHandlerWhatItsMessageCarries) {
+    static NMHDR click{nullptr, 40, NM_CLICK};
+    static NMHDR otherCode{nullptr, 40, NM_RCLICK};
+    static const LRESULT brush = reinterpret_cast<LRESULT>(TypedDialog::kBrush);
+    static const struct {
+        const char* name;
+        UINT message;
+        WPARAM w;
+        LPARAM l;  // or, with `control`, that control's window
+        int control;
+        std::string noted;  // empty: no entry takes it
+        LRESULT answer;     // -1: the dialog manager's own
+    } cases[] = {
+        {"erase", WM_ERASEBKGND, 51, 0, 0, "erase 51", 1},
+        {"edit colour", WM_CTLCOLOREDIT, 51, 0, 13, "colour 51 13", brush},
+        {"list colour", WM_CTLCOLORLISTBOX, 52, 0, 11, "colour 52 11", brush},
+        {"button colour", WM_CTLCOLORBTN, 53, 0, 14, "colour 53 14", brush},
+        {"scroll bar colour", WM_CTLCOLORSCROLLBAR, 54, 0, 11, "colour 54 11", brush},
+        {"static colour", WM_CTLCOLORSTATIC, 55, 0, 12, "colour 55 12", brush},
+        {"the dialog's own colour", WM_CTLCOLORDLG, 56, 0, 0, "", -1},
+        {"size", WM_SIZE, SIZE_RESTORED, MAKELPARAM(300, 200), 0, "size 0 300x200", 0},
+        {"first of the range", WM_COMMAND, MAKEWPARAM(30, 0), 0, 0, "command 30", 0},
+        {"last of the range", WM_COMMAND, MAKEWPARAM(32, 0), 0, 0, "command 32", 0},
+        {"beyond the range", WM_COMMAND, MAKEWPARAM(33, 0), 0, 0, "", -1},
+        {"an accelerator", WM_COMMAND, MAKEWPARAM(31, 1), 0, 0, "", -1},
+        {"notification", WM_NOTIFY, 40, reinterpret_cast<LPARAM>(&click), 0, "click 40", 7},
+        {"another code", WM_NOTIFY, 40, reinterpret_cast<LPARAM>(&otherCode), 0, "", -1},
+    };
+    static std::vector<std::pair<std::string, LRESULT>> got;
+    TypedDialog d;
+    d.script = [](TestDialog& self) {
+        auto& typed = static_cast<TypedDialog&>(self);
+        for (const auto& c : cases) {
+            const LPARAM l =
+                c.control != 0 ? reinterpret_cast<LPARAM>(GetDlgItem(self.hwnd(), c.control)) : c.l;
+            typed.noted.clear();
+            typed.noting = true;
+            const LRESULT answer = SendMessageW(self.hwnd(), c.message, c.w, l);
+            typed.noting = false;
+            got.emplace_back(typed.noted, answer);
+        }
+        Post(self, WM_COMMAND, IDCANCEL);
+    };
+    d.DoModal();
+    ASSERT_EQ(got.size(), std::size(cases));
+    for (size_t i = 0; i < got.size(); ++i) {
+        SCOPED_TRACE(cases[i].name);
+        EXPECT_EQ(got[i].first, cases[i].noted);
+        if (cases[i].answer != -1)
+            EXPECT_EQ(got[i].second, cases[i].answer);
+        else
+            EXPECT_NE(got[i].second, brush);
+    }
+}
+
 TEST(DialogFramework, DataExchangeBothWays) {
     TestDialog d;
     d.checked = 1;
