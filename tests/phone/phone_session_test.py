@@ -21,7 +21,8 @@ def unescape(text):
 
 
 def read_sessions(path):
-    """(title, config lines, steps) per case; a step is [sent, echoed, answer] or [None, log line]."""
+    """(title, config lines, steps) per case; a step is [sent, echoed, answer] or
+    [None, log line]."""
     cases = []
     with open(path, encoding="utf-8") as f:
         for line in f.read().splitlines():
@@ -80,7 +81,8 @@ class TranscriptTest(unittest.TestCase):
                 pass
             got, client.buffer = client.buffer[:len(expected)], client.buffer[len(expected):]
             pattern = re.escape(echo) + re.escape(answer).replace(rb"\?", rb"[0-9A-F]")
-            self.assertTrue(re.fullmatch(pattern, got), "%r answered %r, not %r" % (sent, got, expected))
+            self.assertTrue(re.fullmatch(pattern, got),
+                            "%r answered %r, not %r" % (sent, got, expected))
 
     def find_log(self, phone, text, after):
         deadline = time.monotonic() + 3
