@@ -203,7 +203,9 @@ class LinkTest(PhoneTest):
         self.client.command("ATE0")
         self.client.write(b"AT+CG")  # half a line, dropped with the client
         self.client.close()
-        self.phone.wait_log("LINK client closed")
+        # The line's bytes both ways: "ATE0\r" and the half line in, the echoed answer out.
+        self.assertEqual(self.phone.wait_log("LINK client closed"),
+                         ["LINK client closed after 10 bytes in, 11 out"])
         again = self.phone.open()
         self.addCleanup(again.close)
         # Settings survive the cable; the phone keeps its state between clients.
