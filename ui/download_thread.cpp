@@ -62,16 +62,20 @@ void LoadGroupsIntoList(const std::vector<MessageGroup>& groups, HWND listView) 
     // The lock alone leaves Wine's list view redrawing its scroll bars on every insert,
     // some 8 ms a row; with redrawing off, 831 rows take 24 ms instead of 7 s.
     SendMessageW(listView, WM_SETREDRAW, FALSE, 0);
+    // Every message crosses to the window's thread, some 100 µs under Wine: the row count
+    // is asked once and then followed, since only this loop adds rows.
+    int rowCount = static_cast<int>(SendMessageW(listView, LVM_GETITEMCOUNT, 0, 0));
     for (const MessageGroup& group : groups) {
         const MessageListRow row = ListRowOf(group);
         LVITEMW item{};
         item.mask = LVIF_TEXT;
-        item.iItem = static_cast<int>(SendMessageW(listView, LVM_GETITEMCOUNT, 0, 0));
+        item.iItem = rowCount;
         item.pszText = const_cast<wchar_t*>(L"");
         const int index = static_cast<int>(
             SendMessageW(listView, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item)));
         if (index < 0)
             continue;
+        rowCount = index + 1;
         SetCell(listView, index, 1, row.number);
         SetCell(listView, index, 2, row.date);
         SetCell(listView, index, 3, row.text);
