@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "dialog_framework/controls.h"
 #include "download/cmgl_listing.h"
 #include "ui/download_thread.h"
 
@@ -16,13 +17,9 @@ namespace tarnik {
 namespace {
 
 std::wstring Cell(HWND list, int row, int column) {
-    wchar_t text[512] = {};
-    LVITEMW cell{};
-    cell.iSubItem = column;
-    cell.pszText = text;
-    cell.cchTextMax = 512;
-    SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&cell));
-    return text;
+    dlg::ListView view;
+    view.Attach(list);
+    return view.ItemText(row, column);
 }
 
 class DownloadWindows : public ::testing::Test {
