@@ -9,16 +9,14 @@
 
 namespace {
 
-intptr_t FakeCall(const wchar_t*, intptr_t first, intptr_t) {
-    return first;
-}
-
-intptr_t OtherCall(const wchar_t*, intptr_t, intptr_t) {
-    return -1;
-}
-
 intptr_t FakeExists(const wchar_t*) {
     return 1;
+}
+
+std::wstring TextOf(HWND window) {
+    wchar_t text[256] = {};
+    GetWindowTextW(window, text, 256);
+    return text;
 }
 
 // Binds hrxcore with a given translation file (or none) for one test.
@@ -27,9 +25,7 @@ protected:
     void TearDown() override {
         libHrxTerminate();
         SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
-        if (!file_.empty()) {
-            DeleteFileW(file_.c_str());
-        }
+        DeleteFileW(file_.c_str());
     }
 
     void WriteTranslations(const std::string& content) {
@@ -47,9 +43,14 @@ protected:
 
     void Bind() {
         table_.size = sizeof table_;
-        table_.fnCall = FakeCall;
+        table_.fnCall = [](const wchar_t*, intptr_t first, intptr_t) { return first; };
         table_.fnExists = FakeExists;
         ASSERT_NE(libHrxInit(&table_), 0);
+    }
+
+    std::wstring Msg(const wchar_t* module, uint32_t id, const wchar_t* defaultText = L"x") {
+        const wchar_t* text = hrx::g_pTrans->msg(module, id, defaultText);
+        return text == defaultText ? L"(default)" : text;
     }
 
     HRXFUNCTIONS table_{};
@@ -58,16 +59,13 @@ protected:
 
 TEST_F(Binding, CopiesTheTableBehindTheCoreObjectAndUnbinds) {
     Bind();
-    ASSERT_NE(hrx::g_pF, nullptr);
     ASSERT_NE(hrx::g_pTrans, nullptr);
     // Plug-ins find the table 8 bytes into the core object.
-    const auto* base = reinterpret_cast<const char*>(hrx::g_pF);
-    const auto* table = reinterpret_cast<const HRXFUNCTIONS*>(base + 8);
-    EXPECT_EQ(table->fnCall(L"any", 7, 0), 7);
+    const auto* table =
+        reinterpret_cast<const HRXFUNCTIONS*>(reinterpret_cast<const char*>(hrx::g_pF) + 8);
     EXPECT_EQ(table->fnExists, FakeExists);
-
-    table_.fnCall = OtherCall;  // the caller's table may change or go away
-    EXPECT_EQ(hrx::g_pF->functions.fnCall(L"any", 7, 0), 7);
+    table_.fnCall = nullptr;  // the caller's table may change or go away
+    EXPECT_EQ(table->fnCall(L"any", 7, 0), 7);
 
     EXPECT_NE(libHrxTerminate(), 0);
     EXPECT_EQ(hrx::g_pF, nullptr);
@@ -75,12 +73,6 @@ TEST_F(Binding, CopiesTheTableBehindTheCoreObjectAndUnbinds) {
     EXPECT_EQ(libHrxInit(nullptr), 0);
     EXPECT_EQ(hrx::g_pF, nullptr);
 }
-
-struct Lookup {
-    const wchar_t* module;
-    uint32_t id;
-    const wchar_t* expected;  // null: the default itself comes back
-};
 
 TEST_F(Binding, TranslatesFromTheFileAndFallsBackToTheDefault) {
     // A byte order mark, CRLF line ends, comments and a malformed line, as an editor leaves.
@@ -92,66 +84,51 @@ TEST_F(Binding, TranslatesFromTheFileAndFallsBackToTheDefault) {
         "  Tarnik.1004 =Zażółć=gęślą\r\n"
         "Tarnik.1053.2015=Połącz przez:\r\n"
         "Inny.1001=Cudzy\r\n"
+        "Inny.*=[%d]%s %x\r\n"
         "bez znaku równości\r\n"
         "Tarnik.1005=Ostatni bez końca wiersza");
     Bind();
-    const Lookup cases[] = {
+    const struct {
+        const wchar_t* module;
+        uint32_t id;
+        const wchar_t* expected;
+    } cases[] = {
         {L"Tarnik", 1001, L"Transport X"},
         {L"Tarnik", 1002, L"Dwie\nlinie\tz tabem i \\ ukośnikiem"},
         {L"Tarnik", 1003, L""},  // an empty translation is a translation
         {L"Tarnik", 1004, L"Zażółć=gęślą"},
         {L"Tarnik", 1005, L"Ostatni bez końca wiersza"},
-        {L"Inny", 1001, L"Cudzy"},
-        {L"Tarnik", 1000, nullptr},
-        {L"tarnik", 1001, nullptr},  // module names are exact
-        {L"Tarnik", 1053, nullptr},  // a control's text is not the dialog's caption
-        {L"Tarnik", 10014, nullptr},
+        {L"Inny", 1001, L"Cudzy"},  // a listed text before the module's pattern
+        {L"Inny", 1007, L"[1007]x %x"},
+        {L"Tarnik", 1000, L"(default)"},
+        {L"tarnik", 1001, L"(default)"},  // module names are exact
+        {L"Tarnik", 1053, L"(default)"},  // a control's text is not the dialog's caption
+        {L"Tarnik", 10014, L"(default)"},
     };
-    const wchar_t* defaultText = L"Domyślny tekst";
-    for (const Lookup& c : cases) {
-        const wchar_t* text = hrx::g_pTrans->msg(c.module, c.id, defaultText);
-        if (c.expected == nullptr) {
-            EXPECT_EQ(text, defaultText) << c.id;
-        } else {
-            ASSERT_NE(text, nullptr);
-            EXPECT_EQ(std::wstring(text), c.expected) << c.id;
-        }
+    for (const auto& c : cases) {
+        EXPECT_EQ(Msg(c.module, c.id), c.expected) << c.id;
     }
     // Host-owned texts stay put: the plug-in stores them in records as they are.
     const wchar_t* first = hrx::g_pTrans->msg(L"Tarnik", 1001, L"x");
+    const wchar_t* made = hrx::g_pTrans->msg(L"Inny", 1, L"x");
     for (uint32_t id = 900; id < 1100; ++id) {
         hrx::g_pTrans->msg(L"Tarnik", id, L"x");
+        hrx::g_pTrans->msg(L"Inny", id, L"x");
     }
     EXPECT_EQ(hrx::g_pTrans->msg(L"Tarnik", 1001, L"y"), first);
-    EXPECT_EQ(std::wstring(first), L"Transport X");
+    EXPECT_EQ(std::wstring(made), L"[1]x %x");
 }
 
-TEST_F(Binding, GivesDefaultsWithoutATranslationFile) {
-    for (const bool missingFile : {false, true}) {
-        if (missingFile) {
-            SetEnvironmentVariableW(L"HRX_TRANSLATIONS", L"C:\\no\\such\\translations.txt");
-        }
-        Bind();
-        const wchar_t* defaultText = L"Transport GSM (BT/Ir/COM)";
-        EXPECT_EQ(hrx::g_pTrans->msg(L"Tarnik", 1001, defaultText), defaultText);
-        libHrxTerminate();
-    }
-}
-
-TEST_F(Binding, ReadsTheFileAgainOnTheNextBinding) {
+TEST_F(Binding, ReadsTheFileAgainOnEachBindingAndGivesDefaultsWithoutOne) {
     WriteTranslations("Tarnik.1001=Pierwszy\n");
     Bind();
-    EXPECT_EQ(std::wstring(hrx::g_pTrans->msg(L"Tarnik", 1001, L"x")), L"Pierwszy");
-    libHrxTerminate();
-    SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
-    Bind();
-    EXPECT_EQ(std::wstring(hrx::g_pTrans->msg(L"Tarnik", 1001, L"x")), L"x");
-}
-
-std::wstring TextOf(HWND window) {
-    wchar_t text[256] = {};
-    GetWindowTextW(window, text, 256);
-    return text;
+    EXPECT_EQ(Msg(L"Tarnik", 1001), L"Pierwszy");
+    for (const wchar_t* file : {static_cast<const wchar_t*>(nullptr), L"C:\\no\\such\\file.txt"}) {
+        libHrxTerminate();
+        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", file);
+        Bind();
+        EXPECT_EQ(Msg(L"Tarnik", 1001), L"(default)");
+    }
 }
 
 TEST_F(Binding, TranslatesADialogsCaptionAndItsOwnControls) {
@@ -159,7 +136,8 @@ TEST_F(Binding, TranslatesADialogsCaptionAndItsOwnControls) {
         "Tarnik.1053=Ustawienia (przetłumaczone)\n"
         "Tarnik.1053.2015=Połącz przez:\n"
         "Tarnik.1053.2016=Nie ten przycisk\n"
-        "Tarnik.1054.2017=Inne okno\n");
+        "Tarnik.1054.2017=Inne okno\n"
+        "Wzór.*=[%d]%s\n");
     Bind();
     const HWND dialog = CreateWindowExW(0, L"STATIC", L"Ustawienia", WS_POPUP, 0, 0, 200, 100,
                                         nullptr, nullptr, nullptr, nullptr);
@@ -174,17 +152,26 @@ TEST_F(Binding, TranslatesADialogsCaptionAndItsOwnControls) {
     const HWND other = child(dialog, 2017, L"Bez tłumaczenia");
     // A control's own inner window is not one of the dialog's controls, whatever its id.
     const HWND inner = child(other, 2016, L"Wewnętrzne");
+    const HWND empty = child(dialog, 2018, L"");
 
-    hrx::g_pTrans->translateHwnd(L"Tarnik", 1053, dialog);
-    EXPECT_EQ(TextOf(dialog), L"Ustawienia (przetłumaczone)");
-    EXPECT_EQ(TextOf(connect), L"Połącz przez:");
-    EXPECT_EQ(TextOf(other), L"Bez tłumaczenia");
+    const struct {
+        const wchar_t* module;
+        uint32_t id;
+        std::wstring dialog, connect, other;
+    } steps[] = {
+        {L"Tarnik", 1053, L"Ustawienia (przetłumaczone)", L"Połącz przez:", L"Bez tłumaczenia"},
+        {L"Tarnik", 1056, L"Ustawienia (przetłumaczone)", L"Połącz przez:", L"Bez tłumaczenia"},
+        // A pattern names the dialog's number on its controls too.
+        {L"Wzór", 7, L"[7]Ustawienia (przetłumaczone)", L"[7]Połącz przez:", L"[7]Bez tłumaczenia"},
+    };
+    for (const auto& step : steps) {
+        hrx::g_pTrans->translateHwnd(step.module, step.id, dialog);
+        EXPECT_EQ(TextOf(dialog), step.dialog) << step.id;
+        EXPECT_EQ(TextOf(connect), step.connect) << step.id;
+        EXPECT_EQ(TextOf(other), step.other) << step.id;
+    }
     EXPECT_EQ(TextOf(inner), L"Wewnętrzne");
-
-    // A number without translations changes nothing.
-    hrx::g_pTrans->translateHwnd(L"Tarnik", 1056, dialog);
-    EXPECT_EQ(TextOf(dialog), L"Ustawienia (przetłumaczone)");
-    EXPECT_EQ(TextOf(connect), L"Połącz przez:");
+    EXPECT_EQ(TextOf(empty), L"");  // a control without text keeps none
     DestroyWindow(dialog);
 }
 
