@@ -1,9 +1,9 @@
-// A small plug-in for testing tarnik-host itself: it goes through the host's services the
-// way a real plug-in does, and reports what it saw through "HRX/Log" (source "FAKE") so
-// that the test can read it from the trace.
+// A small plug-in for testing tarnik-host itself: it goes through the host's
+// services the way a real plug-in does, and reports what it saw through
+// "HRX/Log" (source "FAKE") so that the test can read it from the trace.
 #include <windows.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -15,12 +15,13 @@
 
 using namespace tarnik;
 
+extern "C" IMAGE_DOS_HEADER __ImageBase;  // this module, as DllMain would be told
+
 namespace {
 
 constexpr wchar_t kFakeTransportId[] = L"FAKE-0000-TRANSPORT";
 constexpr wchar_t kModule[] = L"Tarnik";
-
-HMODULE self = nullptr;
+const auto self = reinterpret_cast<intptr_t>(&__ImageBase);
 intptr_t settingsHandle = 0;
 
 const PluginInfo kInfo = {sizeof(PluginInfo),
@@ -53,26 +54,13 @@ void Log(int32_t kind, const wchar_t* source, const std::wstring& message) {
     Call(L"HRX/Log", &entry, 0);
 }
 
-intptr_t Send(SmstSendInfo*) {
-    return 0;
-}
-
-intptr_t Configure(SmstConfigureInfo*) {
-    return 0;
-}
-
-intptr_t Echo(intptr_t first, intptr_t second) {
-    return first + second;
-}
-
-std::wstring HexOf(const unsigned char* bytes, size_t count) {
-    std::wstring hex;
-    for (size_t i = 0; i < count; ++i) {
-        wchar_t pair[3];
-        std::swprintf(pair, 3, L"%02x", bytes[i]);
-        hex += pair;
+// Entries as the plug-in hands them over: sized, the rest zero.
+std::vector<SmstProfileEntry> Entries(size_t count) {
+    std::vector<SmstProfileEntry> entries(count, SmstProfileEntry{});
+    for (SmstProfileEntry& entry : entries) {
+        entry.size = sizeof entry;
     }
-    return hex;
+    return entries;
 }
 
 bool Untouched(const SmstProfileEntry& entry) {
@@ -80,37 +68,36 @@ bool Untouched(const SmstProfileEntry& entry) {
            entry.transportId == nullptr && entry.profileName == nullptr;
 }
 
-// Archives one message per profile of this transport, and checks that the host keeps
-// within the entries it is given.
+// Archives one message per profile of this transport, and checks that the host
+// keeps within the entries it is given.
 intptr_t OnMenu(intptr_t, intptr_t) {
-    const auto total = static_cast<int32_t>(Call(L"SMST/Enumerate", nullptr, 0));
-    if (total <= 0) {
-        Log(3, L"FAKE", L"no profiles");
+    const auto count = static_cast<int32_t>(Call(L"SMST/Enumerate", nullptr, 0));
+    if (count <= 0) {
         return 41;
     }
-    std::vector<SmstProfileEntry> entries(static_cast<size_t>(total) + 1);  // one guard
-    for (SmstProfileEntry& entry : entries) {
-        entry.size = sizeof entry;
-    }
-    Call(L"SMST/Enumerate", entries.data(), total);
-    bool sizesKept = true;
-    for (int32_t i = 0; i < total; ++i) {
-        sizesKept = sizesKept && entries[static_cast<size_t>(i)].size == sizeof(SmstProfileEntry);
-    }
+    const auto total = static_cast<size_t>(count);
+    std::vector<SmstProfileEntry> entries = Entries(total + 1);  // one guard
+    Call(L"SMST/Enumerate", entries.data(), static_cast<intptr_t>(total));
+    const bool sizesKept = std::all_of(entries.begin(), entries.end() - 1,
+                                       [](const auto& e) { return e.size == sizeof e; });
     Log(3, L"FAKE",
         std::wstring(L"sizes ") + (sizesKept ? L"kept" : L"changed") + L", guard " +
             (Untouched(entries.back()) ? L"untouched" : L"written"));
 
-    for (int32_t i = 0; i < total; ++i) {
-        const SmstProfileEntry& entry = entries[static_cast<size_t>(i)];
+    for (size_t i = 0; i < total; ++i) {
+        const SmstProfileEntry& entry = entries[i];
         if (std::wcscmp(entry.transportId, kFakeTransportId) != 0) {
             continue;
         }
         char* utf8 = wtou(entry.profileData);
         unsigned char* bytes = nullptr;
-        const size_t count = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
-        Log(3, L"FAKE", L"profile " + std::wstring(entry.profileName) + L" " + HexOf(bytes, count));
-        delete[] utf8;
+        const size_t length = lutBase64Decode(utf8, std::strlen(utf8), &bytes);
+        std::wstring hex;
+        for (size_t b = 0; b < length; ++b) {
+            hex += {L"0123456789abcdef"[bytes[b] >> 4], L"0123456789abcdef"[bytes[b] & 15]};
+        }
+        Log(3, L"FAKE", L"profile " + std::wstring(entry.profileName) + L" " + hex);
+        delete[] utf8;  // buffers of hrxutil.mdl, released here: one shared runtime
         delete[] bytes;
 
         ArchiveSmsRecord sms{};
@@ -123,11 +110,9 @@ intptr_t OnMenu(intptr_t, intptr_t) {
         Call(L"Ar/WriteSMS", &sms, 0);
     }
 
-    // A shorter count than there are profiles: the entry past it must stay as it was.
-    std::vector<SmstProfileEntry> few(2);
-    for (SmstProfileEntry& entry : few) {
-        entry.size = sizeof entry;
-    }
+    // A shorter count than there are profiles: the entry past it must stay as it
+    // was.
+    std::vector<SmstProfileEntry> few = Entries(2);
     Call(L"SMST/Enumerate", few.data(), 1);
     Log(3, L"FAKE",
         std::wstring(L"short enumeration ") +
@@ -135,19 +120,11 @@ intptr_t OnMenu(intptr_t, intptr_t) {
 
     SmstProfileEntry unsized{};
     Call(L"SMST/Enumerate", &unsized, 1);
-
     Call(L"Fake/Echo", reinterpret_cast<const void*>(2), 3);
     return 42;
 }
 
 }  // namespace
-
-BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH) {
-        self = instance;
-    }
-    return TRUE;
-}
 
 extern "C" __declspec(dllexport) const PluginInfo* queryPlugInfo() {
     return &kInfo;
@@ -155,28 +132,22 @@ extern "C" __declspec(dllexport) const PluginInfo* queryPlugInfo() {
 
 extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* functions) {
     libHrxInit(functions);
-    LogEntry notice{};
-    notice.size = sizeof notice;
-    notice.kind = 1;
-    notice.source = L"SMSX";
-    notice.message = L"Wtyczka próbna startuje";
-    functions->fnCall(L"HRX/Log", reinterpret_cast<intptr_t>(&notice), 0);
-
+    Log(1, L"SMSX", L"Wtyczka próbna startuje");
     LogEntry shortEntry{};
     shortEntry.size = 32;
     Call(L"HRX/Log", &shortEntry, 0);
     Call(L"HRX/NoSuchService", reinterpret_cast<const void*>(1), 2);
 
-    std::vector<wchar_t> path(261);
+    wchar_t path[261] = {};
     SettingsPathRequest request{};
     request.size = sizeof request;
-    request.buffer = path.data();
+    request.buffer = path;
     request.capacity = 261;
-    Call(L"HRX/Settings/GetMyConfigFile", &request, reinterpret_cast<intptr_t>(self));
-    settingsHandle = Call(L"HRX/Settings/Init", path.data(), reinterpret_cast<intptr_t>(self));
-    hrx::g_pF->functions.fnCall(L"HRX/Settings/Read", settingsHandle, 0);
+    Call(L"HRX/Settings/GetMyConfigFile", &request, self);
+    settingsHandle = Call(L"HRX/Settings/Init", path, self);
+    functions->fnCall(L"HRX/Settings/Read", settingsHandle, 0);
 
-    if (!hrx::g_pF->functions.fnExists(L"SMST/Register")) {
+    if (!functions->fnExists(L"SMST/Register")) {
         Log(-2, nullptr, hrx::g_pTrans->msg(kModule, 1000, L"Brak obsługi SMS"));
     }
     SmstTransportInfo transport{};
@@ -186,8 +157,8 @@ extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* function
     transport.number10 = 10;
     transport.maxSingleText = 160;
     transport.number50 = 50;
-    transport.send = Send;
-    transport.configure = Configure;
+    transport.send = [](SmstSendInfo*) -> intptr_t { return 0; };
+    transport.configure = [](SmstConfigureInfo*) -> intptr_t { return 0; };
     Call(L"SMST/Register", &transport, 0);
 
     MenuItemDef item{};
@@ -197,17 +168,16 @@ extern "C" __declspec(dllexport) int pluginLoad(intptr_t, HRXFUNCTIONS* function
     item.caption = hrx::g_pTrans->msg(kModule, 1002, L"Archiwum próbne");
     item.position = -20000000;
     item.callback = OnMenu;
-    item.instance = self;
+    item.instance = reinterpret_cast<HMODULE>(self);
     Call(L"HRX/Menu/Add", &item, 0);
-
-    hrx::g_pF->functions.fnRegister(L"Fake/Echo", Echo);
+    functions->fnRegister(L"Fake/Echo",
+                          [](intptr_t first, intptr_t second) { return first + second; });
     return 0;
 }
 
 extern "C" __declspec(dllexport) int pluginUnload() {
     hrx::g_pF->functions.fnCall(L"HRX/Settings/Write", settingsHandle, 0);
-    hrx::g_pF->functions.fnCall(L"HRX/Settings/Destroy", settingsHandle,
-                                reinterpret_cast<intptr_t>(self));
+    hrx::g_pF->functions.fnCall(L"HRX/Settings/Destroy", settingsHandle, self);
     Call(L"SMST/Unregister", kFakeTransportId, 0);
     libHrxTerminate();
     return 0;
