@@ -25,20 +25,16 @@ protected:
     void TearDown() override {
         libHrxTerminate();
         SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
-        DeleteFileW(file_.c_str());
+        DeleteFileW(kFile);
     }
 
+    // In the current folder, which the test's own run has to itself.
     void WriteTranslations(const std::string& content) {
-        wchar_t folder[MAX_PATH];
-        wchar_t name[MAX_PATH];
-        GetTempPathW(MAX_PATH, folder);
-        GetTempFileNameW(folder, L"hrx", 0, name);
-        file_ = name;
-        FILE* out = _wfopen(name, L"wb");
+        FILE* out = _wfopen(kFile, L"wb");
         ASSERT_NE(out, nullptr);
         std::fwrite(content.data(), 1, content.size(), out);
         std::fclose(out);
-        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", name);
+        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", kFile);
     }
 
     void Bind() {
@@ -53,8 +49,8 @@ protected:
         return text == defaultText ? L"(default)" : text;
     }
 
+    static constexpr wchar_t kFile[] = L"hrxcore_test_translations.txt";
     HRXFUNCTIONS table_{};
-    std::wstring file_;
 };
 
 TEST_F(Binding, CopiesTheTableBehindTheCoreObjectAndUnbinds) {

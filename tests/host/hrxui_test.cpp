@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "hrxui_test_ids.h"
-
 namespace {
+
+constexpr int kPageTemplate = 300, kChildTemplate = 301;  // in hrxui_test.rc
 
 // A selection notification as a page reads it: three fields at offsets 0, 8 and 16.
 struct Notice {
@@ -24,9 +24,8 @@ struct Notice {
 
 class TestPage : public hrx::CUIWin7Dialog {
 public:
-    TestPage() : CUIWin7Dialog(IDD_HRXUI_PAGE) {}
+    TestPage() : CUIWin7Dialog(kPageTemplate) {}
 
-    bool withItems = true;
     std::vector<Notice> notices;
     hrx::UIContentRect seenAtSize{};  // the content area as the page's own WM_SIZE saw it
     HWND placed = nullptr;            // a child page that WM_SIZE moves into the content area
@@ -35,14 +34,12 @@ public:
 protected:
     BOOL OnInitDialog() override {
         CUIWin7Dialog::OnInitDialog();
-        if (withItems) {
-            hrx::CVistaListControl& list = GetNavigationList();
-            hrx::CVLCTreeNode* one = list.InsertItem(L"Test/One", L"", L"Pierwsza", 0, 0, &dataOne);
-            one->header = L"Pierwsza strona";
-            one->subheader = L"Opis pierwszej";
-            list.InsertItem(L"Test/Two", L"", L"Druga", 0, 0, nullptr);
-            list.InsertItem(L"Test/One/Sub", L"Test/One", L"Podrzędna", 0, 0, nullptr);
-        }
+        hrx::CVistaListControl& list = GetNavigationList();
+        hrx::CVLCTreeNode* one = list.InsertItem(L"Test/One", L"", L"Pierwsza", 0, 0, &dataOne);
+        one->header = L"Pierwsza strona";
+        one->subheader = L"Opis pierwszej";
+        list.InsertItem(L"Test/Two", L"", L"Druga", 0, 0, nullptr);
+        list.InsertItem(L"Test/One/Sub", L"Test/One", L"Podrzędna", 0, 0, nullptr);
         return FALSE;
     }
     const dlg::MessageMap* GetMessageMap() const override {
@@ -55,12 +52,8 @@ protected:
 
 private:
     LRESULT OnSelectionChange(WPARAM, LPARAM l) {
-        Notice notice{};
-        const auto* record = reinterpret_cast<const char*>(l);
-        std::memcpy(&notice.newItem, record, 8);
-        std::memcpy(&notice.oldItem, record + 8, 8);
-        std::memcpy(&notice.code, record + 16, 4);
-        notices.push_back(notice);
+        notices.emplace_back();
+        std::memcpy(&notices.back(), reinterpret_cast<const void*>(l), 20);
         return 0;
     }
     // Without running the base's size handling: the base must have run it already.
@@ -75,7 +68,7 @@ private:
 
 class ChildPage : public hrx::CUIScalableDialog {
 public:
-    ChildPage() : CUIScalableDialog(IDD_HRXUI_CHILD) {}
+    ChildPage() : CUIScalableDialog(kChildTemplate) {}
 };
 
 std::wstring Id(const hrx::CVLCTreeNode* node) {
@@ -207,43 +200,32 @@ TEST(UIWin7Dialog, WithoutNavigationOrOnTheWindowMadeAgainSelectionStartsAfresh)
     }
 }
 
-TEST(UIWin7Dialog, HeaderShowsTheTextsSetBeforeOrAfterTheWindowIsMade) {
-    for (const bool before : {true, false}) {
-        SCOPED_TRACE(before ? "set before the window" : "set on the window");
-        TestPage page;
-        if (before)
-            page.SetHeaders(L"Wiadomości SMS", L"Opcja umożliwia archiwizację.");
-        ASSERT_TRUE(page.Create(nullptr));
-        if (!before) {
-            page.SetHeaders(L"pierwszy", L"drugi");
-            page.SetHeaders(L"Wiadomości SMS", L"Opcja umożliwia archiwizację.");
-        }
-        const struct {
-            int id;
-            const wchar_t* text;
-        } headers[] = {{hrx::kUIHeaderTitleId, L"Wiadomości SMS"},
-                       {hrx::kUIHeaderSubtitleId, L"Opcja umożliwia archiwizację."}};
-        for (const auto& header : headers) {
-            HWND window = GetDlgItem(page.hwnd(), header.id);
-            ASSERT_NE(window, nullptr);
-            EXPECT_EQ(WindowText(window), header.text);
-            EXPECT_NE(GetWindowLongPtrW(window, GWL_STYLE) & WS_VISIBLE, 0);
-            // Above the content area, not hidden under the page.
-            EXPECT_LE(InParent(window)[3], page.GetContentRect().y);
-        }
-    }
-}
-
-TEST(UIWin7Dialog, ContentAreaLiesRightOfTheNavigationAndFollowsEveryResize) {
+// The header's texts, set before the window is made (bands 0 and 2) or on it; the content
+// area under the header, right of the navigation, through resizes.
+TEST(UIWin7Dialog, HeaderAndContentAreaFollowEveryResize) {
     for (const int bands : {0, 1, 2, 3}) {  // without navigation (1), without button band (2)
         SCOPED_TRACE(bands);
         TestPage page;
         page.noNavigation = bands & 1;
         page.noButtonBand = bands >> 1;
+        if (page.noNavigation == 0)
+            page.SetHeaders(L"Wiadomości SMS", L"Opcja umożliwia archiwizację.");
         ASSERT_TRUE(page.Create(nullptr));
         HWND self = page.hwnd();
-
+        if (page.noNavigation != 0) {
+            page.SetHeaders(L"pierwszy", L"drugi");
+            page.SetHeaders(L"Wiadomości SMS", L"Opcja umożliwia archiwizację.");
+        }
         const hrx::UIContentRect area = page.GetContentRect();
+        for (const auto& [id, text] :
+             {std::pair(hrx::kUIHeaderTitleId, L"Wiadomości SMS"),
+              std::pair(hrx::kUIHeaderSubtitleId, L"Opcja umożliwia archiwizację.")}) {
+            HWND header = GetDlgItem(self, id);
+            ASSERT_NE(header, nullptr);
+            EXPECT_EQ(WindowText(header), text);
+            EXPECT_NE(GetWindowLongPtrW(header, GWL_STYLE) & WS_VISIBLE, 0);
+            EXPECT_LE(InParent(header)[3], area.y);  // above the content area, not under it
+        }
         RECT client;
         GetClientRect(self, &client);
         EXPECT_GT(area.width, 0);
@@ -275,17 +257,28 @@ TEST(UIWin7Dialog, ContentAreaLiesRightOfTheNavigationAndFollowsEveryResize) {
     }
 }
 
+// A child page keeps its place and grows with its parent unless the parent's own WM_SIZE
+// places it, and a sibling page gone before it (object deleted or window destroyed) is not
+// called into.
 TEST(UIScalableDialog, ChildFollowsItsParentUnlessTheParentPlacesIt) {
-    for (const bool parentPlaces : {false, true}) {
-        SCOPED_TRACE(parentPlaces ? "the parent places it" : "the parent leaves it");
+    for (const int variant : {0, 1, 2, 3}) {  // 1: the parent places it; 2, 3: a sibling gone
+        SCOPED_TRACE(variant);
+        const bool parentPlaces = variant == 1;
         TestPage page;
-        page.withItems = false;
         ASSERT_TRUE(page.Create(nullptr));
+        auto* sibling = new ChildPage;
+        ASSERT_TRUE(sibling->Create(page.hwnd()));
         ChildPage child;
         ASSERT_TRUE(child.Create(page.hwnd()));
         ShowWindow(child.hwnd(), SW_SHOWNOACTIVATE);
         MoveWindow(child.hwnd(), 220, 70, 200, 100, TRUE);
         page.placed = parentPlaces ? child.hwnd() : nullptr;
+        if (variant == 2) {
+            delete sibling;
+            sibling = nullptr;
+        } else if (variant == 3) {
+            DestroyWindow(sibling->hwnd());
+        }
 
         Grow(page.hwnd(), 100, 60);
         const std::vector<long> grown = InParent(child.hwnd());
@@ -302,29 +295,7 @@ TEST(UIScalableDialog, ChildFollowsItsParentUnlessTheParentPlacesIt) {
         SendMessageW(page.hwnd(), WM_SIZE, SIZE_RESTORED, MAKELPARAM(client.right, client.bottom));
         EXPECT_EQ(InParent(child.hwnd()), shrunk);
         EXPECT_NE(grown, shrunk);
-    }
-}
-
-TEST(UIScalableDialog, ParentOutlivesAChildPageGoneBeforeIt) {
-    for (const bool deleted : {true, false}) {
-        SCOPED_TRACE(deleted ? "object deleted" : "window destroyed");
-        TestPage page;
-        page.withItems = false;
-        ASSERT_TRUE(page.Create(nullptr));
-        auto* first = new ChildPage;
-        ASSERT_TRUE(first->Create(page.hwnd()));
-        ChildPage second;
-        ASSERT_TRUE(second.Create(page.hwnd()));
-        MoveWindow(second.hwnd(), 10, 10, 100, 50, TRUE);
-        if (deleted) {
-            delete first;
-            first = nullptr;
-        } else {
-            DestroyWindow(first->hwnd());
-        }
-        Grow(page.hwnd(), 40, 20);  // no call into what is gone
-        EXPECT_EQ(InParent(second.hwnd()), (std::vector<long>{10, 10, 150, 80}));
-        delete first;
+        delete sibling;
     }
 }
 

@@ -19,15 +19,12 @@ TEST(Conversions, WtomGivesCodePage1250AndWtouUtf8) {
     };
     const Conversion cases[] = {
         {wtom, L"Zażółć gęślą jaźń", "Za\xbf\xf3\xb3\xe6 g\xea\x9cl\xb9 ja\x9f\xf1"},
-        {wtom, L"ĄĆĘŁŃÓŚŹŻ", "\xa5\xc6\xca\xa3\xd1\xd3\x8c\x8f\xaf"},
-        {wtom, L"€ „cytat”", "\x80 \x84\x63ytat\x94"},
         // Not in the code page: the default character, never a look-alike letter.
         {wtom, L"Ωō", "??"},
         {wtom, L"", ""},
         {wtom, nullptr, ""},
         {wtou, L"Zażółć", "Za\xc5\xbc\xc3\xb3\xc5\x82\xc4\x87"},
         {wtou, L"\U0001F600", "\xf0\x9f\x98\x80"},
-        {wtou, L"ASCII 123", "ASCII 123"},
         {wtou, L"", ""},
         {wtou, nullptr, ""},
     };
