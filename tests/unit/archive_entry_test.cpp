@@ -23,7 +23,8 @@ TEST(ArchiveNumber, InternationalForm) {
         {u"", u""},
         {u"Informacja", u"+Informacja"},  // an alphanumeric sender is not spared
     };
-    for (const auto& c : cases) EXPECT_EQ(ArchiveNumber(c.in), c.out);
+    for (const auto& c : cases)
+        EXPECT_EQ(ArchiveNumber(c.in), c.out);
 }
 
 std::vector<MessageGroup> Groups(const std::string& reply) {
@@ -36,9 +37,10 @@ std::vector<MessageGroup> Groups(const std::string& reply) {
 
 TEST(ArchiveEntry, ReceivedLongMessageWithItsFirstPartsMetadata) {
     using test::Deliver7Bit;
-    const std::string reply = "+CMGL: 1,1,,0\r\n07918406010200F0" + Deliver7Bit("Ala ", 9, 3, 1).substr(2) +
-                              "\r\n+CMGL: 2,1,,0\r\n" + Deliver7Bit("ma ", 9, 3, 2) +
-                              "\r\n+CMGL: 3,1,,0\r\n" + Deliver7Bit("kota", 9, 3, 3) + "\r\nOK\r\n";
+    const std::string reply = "+CMGL: 1,1,,0\r\n07918406010200F0" +
+                              Deliver7Bit("Ala ", 9, 3, 1).substr(2) + "\r\n+CMGL: 2,1,,0\r\n" +
+                              Deliver7Bit("ma ", 9, 3, 2) + "\r\n+CMGL: 3,1,,0\r\n" +
+                              Deliver7Bit("kota", 9, 3, 3) + "\r\nOK\r\n";
     const std::vector<MessageGroup> groups = Groups(reply);
     ASSERT_EQ(groups.size(), 1u);
     const ArchiveEntry e = ArchiveEntryOf(groups[0], 12345);

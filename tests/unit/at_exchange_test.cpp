@@ -20,9 +20,9 @@ TEST(SendCommand, Transcripts) {
         const test::CaseLine result = c.Line("result");
         test::FakeModules modules;
         test::FakeClock clock(static_cast<uint32_t>(std::stoul(send.Word("start", "0"))));
-        modules.com().endless = phone.Text("endless");
+        modules.Lib("com").endless = phone.Text("endless");
         for (const std::string& read : phone.Strings("phone"))
-            modules.com().reads.push_back(read);
+            modules.Lib("com").reads.push_back(read);
 
         CMobileCore core(CORE_SERIAL, clock, modules);
         core.CSerialCore::LoadModule();
@@ -36,10 +36,10 @@ TEST(SendCommand, Transcripts) {
                                    static_cast<uint32_t>(std::stoul(send.Word("timeout")))),
                   std::stoi(result.Word("result")));
         EXPECT_EQ(reply, result.Has("reply") ? result.Text("reply") : kUntouched);
-        EXPECT_EQ(modules.com().written, send.Has("closed") ? "" : command + "\r");
+        EXPECT_EQ(modules.Lib("com").written, send.Has("closed") ? "" : command + "\r");
         EXPECT_EQ(std::accumulate(clock.slept.begin(), clock.slept.end(), 0u),
                   std::stoul(result.Word("slept")));
-        const std::vector<uint32_t>& reads = modules.com().readSizes;
+        const std::vector<uint32_t>& reads = modules.Lib("com").readSizes;
         if (result.Has("reads")) {
             EXPECT_EQ(reads.size(), std::stoul(result.Word("reads")));
         }

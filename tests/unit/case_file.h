@@ -41,6 +41,13 @@ struct CaseLine {
             out.push_back(tokens[at].text);
         return out;
     }
+    // The words after `key`, up to the next string.
+    std::vector<std::string> Words(const std::string& key) const {
+        std::vector<std::string> out;
+        for (size_t at = Find(key) + 1; at < tokens.size() && !tokens[at].quoted; ++at)
+            out.push_back(tokens[at].text);
+        return out;
+    }
     std::string Text(const std::string& key) const {
         std::string text;
         for (const std::string& s : Strings(key))
@@ -61,6 +68,14 @@ struct Case {
                 out.push_back(line);
         }
         return out;
+    }
+    bool Has(const std::string& word) const { return !All(word).empty(); }
+    // The strings of every line that begins with `word`, joined, each line ended by `end`.
+    std::string Text(const std::string& word, const std::string& end = "") const {
+        std::string text;
+        for (const CaseLine& line : All(word))
+            text += line.Text(word) + end;
+        return text;
     }
     // The line that begins with `word`; a missing one throws, which fails the test.
     CaseLine Line(const std::string& word) const { return All(word).at(0); }
@@ -98,6 +113,20 @@ inline CaseLine ParseCaseLine(const std::string& text) {
         line.tokens.insert(line.tokens.end(), copies, {s, true});
     }
     return line;
+}
+
+// UTF-8 of the data files as UTF-16; the texts tested stay within its first plane.
+inline std::u16string Utf16(const std::string& text) {
+    std::u16string out;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const auto lead = static_cast<unsigned char>(text[at]);
+        const int more = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : 2;
+        char16_t c = more == 0 ? lead : lead & (more == 1 ? 0x1F : 0x0F);
+        for (int i = 0; i < more; ++i)
+            c = static_cast<char16_t>(c << 6 | (text[++at] & 0x3F));
+        out += c;
+    }
+    return out;
 }
 
 // The cases of one file of tests/data.

@@ -1,204 +1,118 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "link/mobile_core.h"
 #include "tests/enumerated_ports.h"
+#include "tests/unit/case_file.h"
 #include "tests/unit/link_fakes.h"
 
 namespace tarnik {
 namespace {
 
-using test::FakeClock;
-using test::FakeModules;
-
-TEST(LinkCores, LoadLooksUpEveryExportOnceInOrder) {
-    FakeModules modules;
-    {
-        CSerialCore com(modules);
-        EXPECT_TRUE(com.LoadModule());
-        EXPECT_TRUE(com.LoadModule());  // already loaded: no second load
-    }
-    const std::vector<std::string> expected = {"load linkcom.mdl",
-                                               "find com libEnumPorts",
-                                               "find com libPortOpen",
-                                               "find com libPortClose",
-                                               "find com libPortRead",
-                                               "find com libPortWrite",
-                                               "free com"};
-    EXPECT_EQ(modules.events, expected);
-}
-
-TEST(LinkCores, ClosedValuesAndNeverOpenedPorts) {
-    FakeModules modules;
-    CBlueCore bt(modules);
-    CIrCore ir(modules);
-    CSerialCore com(modules);
-    for (bool loaded : {false, true}) {
-        SCOPED_TRACE(loaded ? "loaded" : "not loaded");
-        if (loaded) {
-            bt.LoadModule();
-            ir.LoadModule();
-            com.LoadModule();
-        }
-        EXPECT_FALSE(bt.IsOpen());
-        EXPECT_FALSE(ir.IsOpen());
-        EXPECT_FALSE(com.IsOpen());
-        EXPECT_FALSE(bt.Close());
-        EXPECT_FALSE(ir.Close());
-        EXPECT_FALSE(com.Close());
-        char buffer[8];
-        EXPECT_EQ(bt.Write("AT", 2), 0);
-        EXPECT_EQ(com.Read(buffer, 8), 0);
-    }
-}
-
-TEST(LinkCores, OpenResultAgainstEachClosedValue) {
-    const struct {
-        const char* name;
-        intptr_t openResult;
-        bool btOpen, comOpen;
-    } cases[] = {
-        {"a real handle", 5, true, true},
-        {"minus one", -1, false, true},  // a COM library reporting -1 would look open
-        {"zero", 0, true, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        FakeModules modules;
-        modules.bt().openResult = c.openResult;
-        modules.com().openResult = c.openResult;
-        CBlueCore bt(modules);
-        CSerialCore com(modules);
-        bt.LoadModule();
-        com.LoadModule();
-        EXPECT_EQ(bt.Open(0x1122334455667788ull), c.btOpen);
-        EXPECT_EQ(com.Open(4), c.comOpen);
-        EXPECT_EQ(bt.IsOpen(), c.btOpen);
-        EXPECT_EQ(com.IsOpen(), c.comOpen);
-        EXPECT_EQ(modules.bt().openedWith, 0x1122334455667788ull);
-    }
-}
-
-TEST(LinkCores, MissingLibraryOrExportsReportFailure) {
-    FakeModules modules;
-    modules.missingLibraries["linkbt.mdl"] = 1;
-    modules.missingExports["libPortWrite"] = 1;
-    modules.missingExports["libEnumPorts"] = 1;
-    CBlueCore bt(modules);
-    CSerialCore com(modules);
-    EXPECT_FALSE(bt.LoadModule());
-    EXPECT_FALSE(bt.Open(1));
-    EXPECT_EQ(bt.EnumDevices(nullptr, nullptr, 10), 0);
-    EXPECT_TRUE(com.LoadModule());
-    EXPECT_TRUE(com.Open(1));
-    EXPECT_EQ(com.Write("AT", 2), 0);  // no libPortWrite
-    EXPECT_EQ(com.EnumPorts(nullptr, nullptr), 0);
-    EXPECT_TRUE(com.Close());
-}
-
-TEST(LinkCores, EnumerationPassesThrough) {
-    FakeModules modules;
-    CBlueCore bt(modules);
-    CIrCore ir(modules);
-    CSerialCore com(modules);
-    bt.LoadModule();
-    com.LoadModule();
+// One call of a case on the core: "bt.", "ir.", "com." reach that link class's own
+// member, "core." the core's; "send" goes through the base's virtual Send. The enumerations
+// give -1 when the library's device or port does not come back.
+int Call(CMobileCore& core, const std::string& name, const std::string& arg) {
+    const uint64_t n = std::strtoull(arg.c_str(), nullptr, 0);
+    const auto u = static_cast<uint32_t>(n);
+    const auto size = static_cast<uint32_t>(arg.size());
+    CBlueCore& bt = core;
+    CIrCore& ir = core;
+    CSerialCore& com = core;
+    char buffer[256];
     LinkDeviceRecord records[10] = {};
-    EXPECT_EQ(bt.EnumDevices(nullptr, records, 10), 1);
-    EXPECT_EQ(records[0].address, 0x0011223344556677ull);
-    EXPECT_EQ(modules.bt().calls.back(), "enumDevices max=10 reserved=0");
-    EXPECT_EQ(ir.EnumDevices(nullptr, records, 10), 0);
-
-    tarnik::test::EnumeratedPorts ports;
-    const std::vector<uint32_t>& numbers = ports.numbers;
-    const std::vector<std::u16string>& names = ports.names;
-    EXPECT_EQ(com.EnumPorts(&ports.numberArray, &ports.nameArray), 1);
-    EXPECT_EQ(numbers, std::vector<uint32_t>{3});
-    EXPECT_EQ(names, std::vector<std::u16string>{u"COM3"});
+    test::EnumeratedPorts ports;
+    const std::map<std::string, std::function<int()>> calls = {
+        {"bt.load", [&] { return bt.LoadModule(); }},
+        {"ir.load", [&] { return ir.LoadModule(); }},
+        {"com.load", [&] { return com.LoadModule(); }},
+        {"bt.open", [&] { return bt.Open(n); }},
+        {"ir.open", [&] { return ir.Open(u); }},
+        {"com.open", [&] { return com.Open(u); }},
+        {"bt.isopen", [&] { return core.CBlueCore::IsOpen(); }},
+        {"ir.isopen", [&] { return core.CIrCore::IsOpen(); }},
+        {"com.isopen", [&] { return core.CSerialCore::IsOpen(); }},
+        {"bt.close", [&] { return core.CBlueCore::Close(); }},
+        {"ir.close", [&] { return core.CIrCore::Close(); }},
+        {"com.close", [&] { return core.CSerialCore::Close(); }},
+        {"bt.write", [&] { return bt.Write(arg.data(), size); }},
+        {"ir.write", [&] { return ir.Write(arg.data(), size); }},
+        {"com.write", [&] { return com.Write(arg.data(), size); }},
+        {"bt.read", [&] { return bt.Read(buffer, u); }},
+        {"ir.read", [&] { return ir.Read(buffer, u); }},
+        {"com.read", [&] { return com.Read(buffer, u); }},
+        {"bt.send", [&] { return bt.Send(arg.data(), size); }},
+        {"ir.send", [&] { return ir.Send(arg.data(), size); }},
+        {"com.send", [&] { return com.Send(arg.data(), size); }},
+        {"bt.devices",
+         [&] {
+             const int r = bt.EnumDevices(nullptr, records, u);
+             return r != 0 && records[0].address != 0x0011223344556677ull ? -1 : r;
+         }},
+        {"ir.devices", [&] { return ir.EnumDevices(nullptr, records, u); }},
+        {"com.ports",
+         [&] {
+             const int r = com.EnumPorts(&ports.numberArray, &ports.nameArray);
+             return r != 0 && (ports.numbers != std::vector<uint32_t>{3} ||
+                               ports.names != std::vector<std::u16string>{u"COM3"})
+                        ? -1
+                        : r;
+         }},
+        {"core.isopen", [&] { return core.IsOpen(); }},
+        {"core.close", [&] { return core.Close(); }},
+        {"core.send", [&] { return core.Send(arg.data(), size); }},
+        {"core.receive", [&] { return core.Receive(buffer, u); }},
+        {"core.command", [&] { return core.SendCommand(arg, "OK", "\r", "ERROR", nullptr, 500); }},
+    };
+    return calls.at(name)();
 }
 
-TEST(MobileCore, DispatchesByKind) {
-    const struct {
-        CoreKind kind;
-        const char* library;
-    } cases[] = {{CORE_SERIAL, "com"}, {CORE_BLUE, "bt"}, {CORE_IR, "ir"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.library);
-        FakeModules modules;
-        FakeClock clock;
-        CMobileCore core(c.kind, clock, modules);
-        core.CBlueCore::LoadModule();
-        core.CIrCore::LoadModule();
-        core.CSerialCore::LoadModule();
-        EXPECT_TRUE(core.OpenBluetooth(9));
-        EXPECT_TRUE(core.OpenIrDA());
-        EXPECT_TRUE(core.OpenSerial(4));
-        EXPECT_EQ(modules.ir().openedWith, 0u);
-        EXPECT_EQ(modules.com().openedWith, 4u);
-
-        // Through any base, the call reaches the link of this kind only.
-        CSerialCore& asSerial = core;
-        CIrCore& asIr = core;
-        EXPECT_EQ(asSerial.Send("AT\r", 3), 3);
-        EXPECT_EQ(asIr.Send("AT\r", 3), 3);
-        for (test::FakeLibrary* lib : {&modules.bt(), &modules.ir(), &modules.com()}) {
-            EXPECT_EQ(lib->written, lib->name == c.library ? "AT\rAT\r" : "") << lib->name;
+// Every case of tests/data/link_cores.txt: calls on one core, then what the libraries saw.
+TEST(LinkCores, Calls) {
+    for (const test::Case& c : test::ReadCases("link_cores.txt")) {
+        SCOPED_TRACE(c.name);
+        test::FakeModules modules;
+        for (const test::CaseLine& lib : c.All("library"))
+            modules.Lib(lib.Word("library")).openResult = std::stoi(lib.Word("open-result"));
+        const test::CaseLine core = c.Line("core");
+        for (const std::string& name : core.Words("missing"))
+            modules.missing.insert(name);
+        {
+            test::FakeClock clock;
+            const std::string kind = core.Word("core");
+            CMobileCore link(kind == "serial" ? CORE_SERIAL
+                             : kind == "blue" ? CORE_BLUE
+                             : kind == "ir"   ? CORE_IR
+                                              : static_cast<CoreKind>(3),
+                             clock, modules);
+            for (const test::CaseLine& call : c.All("call")) {
+                const std::string name = call.tokens.at(1).text;
+                const std::string arg = call.tokens.size() > 4 ? call.tokens[2].text : "";
+                EXPECT_EQ(Call(link, name, arg), std::stoi(call.Word("->"))) << name << " " << arg;
+            }
         }
-        char buffer[256];
-        core.Receive(buffer, sizeof buffer);  // one byte stays free for the terminator
-        for (test::FakeLibrary* lib : {&modules.bt(), &modules.ir(), &modules.com()}) {
-            EXPECT_EQ(lib->readSizes, lib->name == c.library ? std::vector<uint32_t>{255}
-                                                             : std::vector<uint32_t>{});
+        if (c.Has("events")) {
+            EXPECT_EQ(modules.events, c.Line("events").Strings("events"));
+        }
+        for (const test::CaseLine& line : c.All("calls"))
+            EXPECT_EQ(modules.Lib(line.Word("calls")).calls, line.Strings(line.Word("calls")));
+        for (const test::CaseLine& line : c.All("written"))
+            EXPECT_EQ(modules.Lib(line.Word("written")).written, line.Text(line.Word("written")));
+        for (const test::CaseLine& line : c.All("reads")) {
+            std::vector<uint32_t> sizes;
+            for (const std::string& size : line.Words(line.Word("reads")))
+                sizes.push_back(static_cast<uint32_t>(std::stoul(size)));
+            EXPECT_EQ(modules.Lib(line.Word("reads")).readSizes, sizes);
+        }
+        for (const test::CaseLine& line : c.All("opened")) {
+            EXPECT_EQ(modules.Lib(line.Word("opened")).openedWith,
+                      std::stoull(line.Words(line.Word("opened")).at(0), nullptr, 0));
         }
     }
-}
-
-TEST(MobileCore, CloseResultByKind) {
-    FakeModules modules;
-    FakeClock clock;
-    CMobileCore serial(CORE_SERIAL, clock, modules);
-    CMobileCore blue(CORE_BLUE, clock, modules);
-    CMobileCore ir(CORE_IR, clock, modules);
-    EXPECT_TRUE(serial.Close());  // COM always says closed
-    EXPECT_FALSE(blue.Close());
-    EXPECT_FALSE(ir.Close());
-    blue.CBlueCore::LoadModule();
-    EXPECT_TRUE(blue.OpenBluetooth(1));
-    EXPECT_TRUE(blue.Close());
-    EXPECT_FALSE(blue.IsOpen());
-}
-
-TEST(MobileCore, KindOutsideTheThreeDoesNothing) {
-    FakeModules modules;
-    FakeClock clock;
-    CMobileCore core(static_cast<CoreKind>(3), clock, modules);
-    core.CSerialCore::LoadModule();
-    core.OpenSerial(1);
-    char buffer[16];
-    EXPECT_FALSE(core.IsOpen());
-    EXPECT_EQ(core.Send("AT", 2), 0);
-    EXPECT_EQ(core.Receive(buffer, sizeof buffer), 0);
-    EXPECT_TRUE(core.Close());
-    EXPECT_EQ(core.SendCommand("AT", "OK", "\r", "ERROR", nullptr, 500), 0);
-    EXPECT_EQ(modules.com().written, "");
-}
-
-TEST(MobileCore, DestructorClosesThenFreesIrComBluetooth) {
-    FakeModules modules;
-    FakeClock clock;
-    {
-        CMobileCore core(CORE_SERIAL, clock, modules);
-        core.CBlueCore::LoadModule();
-        core.CIrCore::LoadModule();
-        core.CSerialCore::LoadModule();
-        core.OpenSerial(2);
-        modules.events.clear();
-    }
-    EXPECT_EQ(modules.com().calls.back(), "close");
-    const std::vector<std::string> expected = {"free ir", "free com", "free bt"};
-    EXPECT_EQ(modules.events, expected);
 }
 
 }  // namespace

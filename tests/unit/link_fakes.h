@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <ctime>
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -35,7 +37,6 @@ public:
 // What one fake library saw and what it answers. Each read takes the next scripted
 // chunk; an empty chunk, or an empty script, is a read with nothing waiting.
 struct FakeLibrary {
-    std::string name;
     intptr_t openResult = 5;
     std::deque<std::string> reads;
     // When set, every read brings a full buffer of it, over and over; after 32768 reads
@@ -51,15 +52,12 @@ struct FakeLibrary {
     std::function<void(FakeLibrary&)> onRead;
 };
 
-// Exports are plain C functions, so the fakes find their library through one global.
-inline std::map<int, FakeLibrary*>& FakeRegistry() {
-    static std::map<int, FakeLibrary*> registry;
-    return registry;
-}
+// The three fake libraries; exports are plain C functions, so they find theirs here.
+inline FakeLibrary* fakeLibraries[3];
 
 template <int Id>
 struct FakeExports {
-    static FakeLibrary& Lib() { return *FakeRegistry().at(Id); }
+    static FakeLibrary& Lib() { return *fakeLibraries[Id]; }
     static int32_t EnumDevices(void*, LinkDeviceRecord* records, uint32_t max, int32_t reserved) {
         Lib().calls.push_back("enumDevices max=" + std::to_string(max) +
                               " reserved=" + std::to_string(reserved));
@@ -110,72 +108,57 @@ struct FakeExports {
             lib.reads.push_front(chunk.substr(n));  // the rest comes next
         return chunk.empty() ? -1 : static_cast<int32_t>(n);
     }
+    // Every library has every export; Bluetooth's open takes an address.
+    static void* Find(const std::string& name) {
+        const std::map<std::string, void*> exports = {
+            {"libEnumDevices", reinterpret_cast<void*>(&EnumDevices)},
+            {"libEnumPorts", reinterpret_cast<void*>(&EnumPorts)},
+            {"libPortOpen",
+             Id == 0 ? reinterpret_cast<void*>(&OpenBt) : reinterpret_cast<void*>(&Open)},
+            {"libPortClose", reinterpret_cast<void*>(&Close)},
+            {"libPortWrite", reinterpret_cast<void*>(&Write)},
+            {"libPortRead", reinterpret_cast<void*>(&Read)}};
+        return exports.count(name) != 0 ? exports.at(name) : nullptr;
+    }
 };
 
-// Serves linkbt.mdl, linkir.mdl and linkcom.mdl from fakes; a name left out of
-// `missingExports` is found.
+// Serves linkbt.mdl, linkir.mdl and linkcom.mdl ("bt", "ir", "com") from fakes; a library
+// or an export named in `missing` is not found.
 class FakeModules final : public ModuleApi {
 public:
     FakeModules() {
-        libs_["linkbt.mdl"].name = "bt";
-        libs_["linkir.mdl"].name = "ir";
-        libs_["linkcom.mdl"].name = "com";
-        FakeRegistry()[0] = &libs_["linkbt.mdl"];
-        FakeRegistry()[1] = &libs_["linkir.mdl"];
-        FakeRegistry()[2] = &libs_["linkcom.mdl"];
+        for (int id = 0; id < 3; ++id)
+            fakeLibraries[id] = &libs_[id];
     }
-    FakeLibrary& bt() { return libs_["linkbt.mdl"]; }
-    FakeLibrary& ir() { return libs_["linkir.mdl"]; }
-    FakeLibrary& com() { return libs_["linkcom.mdl"]; }
+    FakeLibrary& Lib(const std::string& name) { return libs_[Id(name)]; }
 
     void* Load(const char* fileName) override {
         events.push_back(std::string("load ") + fileName);
-        if (missingLibraries.count(fileName) != 0)
-            return nullptr;
-        auto it = libs_.find(fileName);
-        return it == libs_.end() ? nullptr : &it->second;
+        const std::string name = std::string(fileName).substr(4, std::strlen(fileName) - 8);
+        return missing.count(fileName) != 0 || Id(name) > 2 ? nullptr : &Lib(name);
     }
     void* Find(void* module, const char* exportName) override {
-        auto* lib = static_cast<FakeLibrary*>(module);
-        events.push_back("find " + lib->name + " " + exportName);
-        if (missingExports.count(exportName) != 0)
+        const int id = static_cast<int>(static_cast<FakeLibrary*>(module) - libs_);
+        events.push_back("find " + std::string(kNames[id]) + " " + exportName);
+        if (missing.count(exportName) != 0)
             return nullptr;
-        const std::string e = exportName;
-        if (lib->name == "bt")
-            return Lookup<0>(e, true);
-        if (lib->name == "ir")
-            return Lookup<1>(e, false);
-        return Lookup<2>(e, false);
+        return id == 0   ? FakeExports<0>::Find(exportName)
+               : id == 1 ? FakeExports<1>::Find(exportName)
+                         : FakeExports<2>::Find(exportName);
     }
     void Free(void* module) override {
-        events.push_back("free " + static_cast<FakeLibrary*>(module)->name);
+        events.push_back("free " + std::string(kNames[static_cast<FakeLibrary*>(module) - libs_]));
     }
 
     std::vector<std::string> events;
-    std::map<std::string, int> missingLibraries;
-    std::map<std::string, int> missingExports;
+    std::set<std::string> missing;
 
 private:
-    template <int Id>
-    static void* Lookup(const std::string& e, bool bluetooth) {
-        using X = FakeExports<Id>;
-        if (e == "libEnumDevices")
-            return reinterpret_cast<void*>(&X::EnumDevices);
-        if (e == "libEnumPorts")
-            return reinterpret_cast<void*>(&X::EnumPorts);
-        if (e == "libPortOpen") {
-            return bluetooth ? reinterpret_cast<void*>(&X::OpenBt)
-                             : reinterpret_cast<void*>(&X::Open);
-        }
-        if (e == "libPortClose")
-            return reinterpret_cast<void*>(&X::Close);
-        if (e == "libPortWrite")
-            return reinterpret_cast<void*>(&X::Write);
-        if (e == "libPortRead")
-            return reinterpret_cast<void*>(&X::Read);
-        return nullptr;
+    static constexpr const char* kNames[] = {"bt", "ir", "com"};
+    static size_t Id(const std::string& name) {
+        return static_cast<size_t>(std::find(kNames, kNames + 3, name) - kNames);
     }
-    std::map<std::string, FakeLibrary> libs_;
+    FakeLibrary libs_[3];
 };
 
 // The phone as its emulator's command processor behind one fake library: writes go in,
@@ -225,16 +208,5 @@ private:
     phone::EventLog log_;
     phone::Modem modem_;
 };
-
-// The PDUs among what a library wrote: each ends in Ctrl-Z after a command line.
-inline std::vector<std::string> WrittenPdus(const std::string& written) {
-    std::vector<std::string> pdus;
-    for (size_t end = written.find('\x1A'); end != std::string::npos;
-         end = written.find('\x1A', end + 1)) {
-        const size_t start = written.find_last_of("\r\n", end) + 1;
-        pdus.push_back(written.substr(start, end - start));
-    }
-    return pdus;
-}
 
 }  // namespace tarnik::test
