@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Walks a file of PDU cases (hex, a tab, the JSON fields tarnik-pdu decode must print for
-it) and decodes them all in one run of the tool.
+it) and decodes them in one run of the tool per time zone ("TZ=ZONE" lines; UTC first).
 
 usage: pdu_cases.py TARNIK_PDU CASES_FILE
 """
 import json
+import os
 import subprocess
 import sys
 import time
@@ -30,10 +31,17 @@ def mismatch(got, want, path):
 
 
 tool, cases_file = sys.argv[1], sys.argv[2]
+cases, out, zone, start = [], [], "UTC", 0
 with open(cases_file, encoding="utf-8") as f:
-    cases = [l.rstrip("\n").split("\t", 1) for l in f if l.strip() and not l.startswith("#")]
-out = subprocess.run([tool, "decode", *[hex_ for hex_, _ in cases]], capture_output=True,
-                     text=True, check=True).stdout.splitlines()
+    for line in [l.rstrip("\n") for l in f if l.strip() and not l.startswith("#")] + ["TZ="]:
+        if not line.startswith("TZ="):
+            cases.append(line.split("\t", 1))
+        elif start < len(cases):  # the cases above, in the zone they were given
+            out += subprocess.run([tool, "decode", *[hex_ for hex_, _ in cases[start:]]],
+                                  capture_output=True, text=True, check=True,
+                                  env=dict(os.environ, TZ=zone)).stdout.splitlines()
+        if line.startswith("TZ="):
+            zone, start = line[3:], len(cases)
 failures = [(hex_, mismatch(json.loads(line), json.loads(want), ""))
             for (hex_, want), line in zip(cases, out)]
 failures = [(h, p) for h, p in failures if p] + [("?", "no output")] * (len(cases) - len(out))

@@ -30,10 +30,6 @@ out=$(printf '00040B918406214365F700004210517143548004D4F29C0E\r\nZZ\n\n' | "$to
 check "decode stdin, one object per line, bad input is not an error" \
     "rc == 0 and len(lines) == 3 and lines[0]['decoded'] and not lines[1]['decoded'] and not lines[2]['decoded']"
 
-out=$("$tool" decode 0006070B918406214365F7421051714354804210517153208000); rc=$?
-check "status report text as UTF-8" "lines[0]['status'] == 0 and lines[0]['text'].startswith('Raport doręczenia (7)\r\nStan: Ok, wiadomość dostarczona') \
- and lines[0]['doneTime'] == '2024-01-15 17:35:02' and lines[0]['sentTime'] == '2024-01-15 17:34:45'"
-
 # Each line of pdu_reasons.txt: a PDU and what is wrong with it.
 while IFS=$'\t' read -r hex reason; do
     case "$hex" in "#"*) continue ;; esac
@@ -50,7 +46,7 @@ check "encode plain" "rc == 0 and out.strip() == '0031020B918406214365F700F0AA04
 out=$("$tool" encode --number 1234 --text 'zł€' --json); rc=$?
 # 'ł' has no GSM character and the euro sign is not byte 0xA4 in Windows-1250: both go out as spaces.
 check "encode UTF-8 text through the code page" "rc == 0 and lines[0]['pdu'].endswith('037A1008')"
-out=$("$tool" encode --number 1234 --text-hex 7AA4 --json); rc=$?
+out=$("$tool" encode --number 1234 --text-hex 7aA4 --json); rc=$?
 check "encode narrow bytes" "rc == 0 and lines[0]['pdu'].endswith('03FA4D19')"
 
 out=$("$tool" listing "$samples/cmgl-reply.txt" --storage SM); rc=$?

@@ -1,101 +1,73 @@
+// The GSM 7-bit alphabet and its packing (cases in tests/data/septets.txt), and the
+// Windows-1250 code page of the narrow text.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <random>
 #include <string>
 
-#include "pdu/code_page.h"
 #include "pdu/cp1250.h"
 #include "pdu/gsm_alphabet.h"
-#include "pdu/hex.h"
+#include "pdu/septets.h"
+#include "tests/unit/case_file.h"
 
 namespace tarnik {
 namespace {
 
-TEST(GsmTable, RowsFollowTheDefaultAlphabet) {
-    const struct {
-        uint8_t septet, byte;
-    } cases[] = {
-        {0x00, 0x40}, {0x01, 0xA3}, {0x02, 0x24}, {0x0A, 0x0A}, {0x10, 0x81},
-        {0x1A, 0x8A}, {0x1B, 0x1B}, {0x1E, 0xDF}, {0x24, 0xA4}, {0x27, 0x27},
-        {0x40, 0xA1}, {0x41, 0x41}, {0x5F, 0xA7}, {0x60, 0xBF}, {0x7F, 0xE0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.septet);
-        EXPECT_EQ(GsmLookup(c.septet, GsmColumn::kSeptet, GsmColumn::kByte), c.byte);
-        EXPECT_EQ(kGsmDefaultTable[c.septet].byte, c.byte);
-    }
-    EXPECT_EQ(kGsmDefaultTable[128].byte, 0x60);
-    EXPECT_EQ(kGsmDefaultTable[128].septet, 0x27);
-}
-
-TEST(GsmTable, FirstMatchingRowWinsAndUnknownIsSpace) {
-    // Row 39 precedes row 128: septet 0x27 decodes to the apostrophe, not the grave accent.
-    EXPECT_EQ(GsmLookup(0x27, GsmColumn::kSeptet, GsmColumn::kByte), 0x27);
-    EXPECT_EQ(GsmLookup(0x60, GsmColumn::kByte, GsmColumn::kSeptet), 0x27);
-    EXPECT_EQ(GsmLookup(0x80, GsmColumn::kByte, GsmColumn::kSeptet), 0x20);
-    EXPECT_EQ(GsmLookup(0xB9, GsmColumn::kByte, GsmColumn::kSeptet), 0x20);  // 'ą' in cp1250
-    EXPECT_EQ(GsmExtLookup(0xA4, GsmColumn::kByte, GsmColumn::kSeptet), 0x65);
-    EXPECT_EQ(GsmExtLookup(0x65, GsmColumn::kSeptet, GsmColumn::kByte), 0xA4);
-    EXPECT_EQ(GsmExtLookup(0x41, GsmColumn::kSeptet, GsmColumn::kByte), 0x20);
-}
-
-// The hot paths use tables derived from the rows; they must answer as the walk does.
-TEST(GsmTable, FastMapsAgreeWithTheWalk) {
-    for (int v = 0; v < 256; ++v) {
-        const auto value = static_cast<uint8_t>(v);
-        SCOPED_TRACE(v);
-        EXPECT_EQ(SeptetFromByte(value), GsmLookup(value, GsmColumn::kByte, GsmColumn::kSeptet));
-        EXPECT_EQ(ByteFromExtensionSeptet(value),
-                  GsmExtLookup(value, GsmColumn::kSeptet, GsmColumn::kByte));
-        const uint8_t ext = GsmExtLookup(value, GsmColumn::kByte, GsmColumn::kSeptet);
-        EXPECT_EQ(ExtensionSeptetFromByte(value), ext == 0x20 ? 0 : ext);
-        if (v < 128) {
-            EXPECT_EQ(ByteFromSeptet(value),
-                      GsmLookup(value, GsmColumn::kSeptet, GsmColumn::kByte));
+TEST(Septets, CasesOfTheDataFile) {
+    for (const test::Case& c : test::ReadCases("septets.txt")) {
+        for (const test::CaseLine& line : c.All("pack")) {
+            SCOPED_TRACE(c.name + ": " + line.Text("pack").substr(0, 20));
+            std::string hex;
+            const auto header = static_cast<size_t>(std::stoull(line.Word("header", "0")));
+            EXPECT_EQ(PackSeptets(line.Text("pack"), header, hex), std::stoi(line.Word("udl")));
+            EXPECT_EQ(hex, line.Text("hex"));
+        }
+        for (const test::CaseLine& line : c.All("unpack")) {
+            SCOPED_TRACE(c.name + ": " + line.Text("unpack"));
+            const auto header = static_cast<size_t>(std::stoull(line.Word("header", "0")));
+            EXPECT_EQ(UnpackSeptets(line.Text("unpack"), header), line.Text("text"));
         }
     }
 }
 
-TEST(Hex, PairValues) {
-    const struct {
-        char high, low;
-        uint8_t strict, lenient;
-    } cases[] = {
-        {'0', '0', 0x00, 0x00},
-        {'9', 'A', 0x9A, 0x9A},
-        {'F', 'F', 0xFF, 0xFF},
-        // Lower case is hex only to the lenient reader; strict reads 'f' as 102 - 55.
-        {'7', 'f', static_cast<uint8_t>(16 * 7 + 47), 0x7F},
-        // Garbage gives one defined octet either way, never a trap.
-        {'G', '0', static_cast<uint8_t>(16 * 16), static_cast<uint8_t>(16 * 'G')},
-        {'\0', '\xFF', static_cast<uint8_t>(16 * -48 + 200), static_cast<uint8_t>(255)},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE((std::string{c.high, c.low}));
-        EXPECT_EQ(HexPairValue(c.high, c.low), c.strict);
-        EXPECT_EQ(HexPairValueLenient(c.high, c.low), c.lenient);
+// Every byte the table can carry survives pack and unpack, in any position and with
+// either header size; the only addition is one '@' from spare bits.
+TEST(Septets, RoundTripOfEveryTableCharacter) {
+    std::string alphabet;
+    for (int b = 0; b < 256; ++b) {
+        const auto byte = static_cast<uint8_t>(b);
+        const bool inExtension = ExtensionSeptetFromByte(byte) != 0;
+        const bool roundTrips = ByteFromSeptet(SeptetFromByte(byte)) == byte &&
+                                (SeptetFromByte(byte) != 0x20 || byte == 0x20);
+        if ((inExtension || roundTrips) && byte != kGsmEscape)
+            alphabet.push_back(static_cast<char>(b));
+    }
+    ASSERT_EQ(alphabet.size(), 127u + 10u - 1u);  // 128 septets less the escape, plus 10
+
+    std::mt19937 rng(1234);
+    for (size_t header : {size_t{0}, size_t{6}, size_t{7}, size_t{12}}) {
+        for (int round = 0; round < 300; ++round) {
+            std::string text;
+            const int length = static_cast<int>(rng() % 60);
+            for (int i = 0; i < length; ++i)
+                text.push_back(alphabet[rng() % alphabet.size()]);
+            std::string hex;
+            const int udl = PackSeptets(text, header, hex);
+            ASSERT_EQ(hex.size(), 2u * ((udl * 7u + 7) / 8));
+            std::string back = UnpackSeptets(hex, header);
+            if (back.size() == text.size() + 1 && back.back() == '@')
+                back.pop_back();
+            ASSERT_EQ(back, text) << "header " << header << " hex " << hex;
+        }
     }
 }
 
-TEST(Hex, SwapSemiOctets) {
-    const struct {
-        const char* in;
-        const char* out;
-    } cases[] = {
-        {"", ""},      {"1", ""}, {"12", "21"}, {"12345F", "2143F5"}, {"2143F5", "12345F"},
-        {"123", "21"},  // a trailing odd character is dropped
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(SwapSemiOctets(c.in), c.out) << c.in;
-}
-
-TEST(CodePage, EveryCp1250ByteRoundTrips) {
+TEST(CodePage, Cp1250) {
     for (int b = 0; b < 256; ++b) {
         const std::string narrow(1, static_cast<char>(b));
         EXPECT_EQ(Cp1250FromUtf16(Utf16FromCp1250(narrow)), narrow) << b;
     }
-}
-
-TEST(CodePage, PolishLettersAndMissingCharacters) {
     EXPECT_EQ(Cp1250FromUtf16(u"ąćęłńóśźżĄĆĘŁŃÓŚŹŻ€"),
               "\xB9\xE6\xEA\xB3\xF1\xF3\x9C\x9F\xBF\xA5\xC6\xCA\xA3\xD1\xD3\x8C\x8F\xAF\x80");
     EXPECT_EQ(Cp1250FromUtf16(u"Ωя😀"), "???");  // a surrogate pair is one character

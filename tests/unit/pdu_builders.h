@@ -8,9 +8,6 @@
 
 namespace tarnik::test {
 
-// The worked SMS-DELIVER: from +48601234567, 2024-01-15 17:34:45, text "Test".
-inline const std::string kDeliverTest = "00040B918406214365F700004210517143548004D4F29C0E";
-
 // SMS-DELIVER from an international number with 7-bit text and an optional 8-bit
 // concatenation header (ref, total, seq); no SMSC field.
 inline std::string Deliver7Bit(const std::string& text, int ref = -1, int total = 0, int seq = 0,
