@@ -1,18 +1,24 @@
 // The plug-in as its host sees it: this program plays the host, hands the plug-in a
 // function table that records every service call with its record's bytes, and checks
-// the start-up and shutdown sequences.
+// the start-up and shutdown sequences. The texts' translation numbers are checked end to
+// end (tests/integration/translation_numbers_test.py).
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "hrx/hrxcore.h"
 #include "plugin/host_records.h"
+
+// Expected records name their leading fields; the rest is zero.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
 namespace tarnik {
 namespace {
@@ -28,34 +34,30 @@ std::vector<Call> g_calls;
 bool g_smsPresent = true;
 std::wstring g_throwIn;  // a service that throws, as a host out of memory would
 constexpr intptr_t kSettingsHandle = 0x5E77;
-
-size_t RecordSizeOf(const std::wstring& service) {
-    if (service == L"HRX/Log" || service == L"HRX/Settings/GetMyConfigFile" ||
-        service == L"SMST/Register" || service == L"HRX/Menu/Add") {
-        return 1;  // the record states its own size
-    }
-    return 0;
-}
+const wchar_t kSettingsPath[] = L"C:\\hostdata\\settings\\tarnik.ini";
 
 intptr_t RecordingCall(const wchar_t* service, intptr_t first, intptr_t second) {
     Call call{service, {}, first, second};
-    if (RecordSizeOf(service) != 0 && first != 0) {
-        const auto* bytes = reinterpret_cast<const uint8_t*>(first);
-        uint32_t size = 0;
-        std::memcpy(&size, bytes, sizeof size);
-        call.record.assign(bytes, bytes + size);
+    // These records state their own size in their first four bytes.
+    for (const wchar_t* withRecord :
+         {L"HRX/Log", L"HRX/Settings/GetMyConfigFile", L"SMST/Register", L"HRX/Menu/Add"}) {
+        if (call.service == withRecord && first != 0) {
+            const auto* bytes = reinterpret_cast<const uint8_t*>(first);
+            uint32_t size = 0;
+            std::memcpy(&size, bytes, sizeof size);
+            call.record.assign(bytes, bytes + size);
+        }
     }
     g_calls.push_back(call);
     if (call.service == g_throwIn)
         throw std::bad_alloc();
     if (call.service == L"HRX/Settings/GetMyConfigFile") {
         auto* request = reinterpret_cast<SettingsPathRequest*>(first);
-        wcsncpy(request->buffer, L"C:\\hostdata\\settings\\tarnik.ini", request->capacity);
+        wcsncpy(request->buffer, kSettingsPath, request->capacity);
     }
     if (call.service == L"HRX/Settings/Init") {
         // The path must be the one written into the buffer, still alive during the call.
-        EXPECT_STREQ(reinterpret_cast<const wchar_t*>(first),
-                     L"C:\\hostdata\\settings\\tarnik.ini");
+        EXPECT_STREQ(reinterpret_cast<const wchar_t*>(first), kSettingsPath);
         return kSettingsHandle;
     }
     return 0;
@@ -66,45 +68,29 @@ intptr_t RecordingExists(const wchar_t* service) {
     return g_smsPresent && std::wstring(service).rfind(L"SMST/", 0) == 0 ? 1 : 0;
 }
 
-// Expected content of a record: every byte not named here must be zero.
-struct Field {
-    size_t offset;
-    enum Kind { kU32, kI32, kU64, kText, kNonNull, kPointer } kind;
-    uint64_t number;
-    const wchar_t* text;
-};
-
-void ExpectRecord(const std::vector<uint8_t>& raw, size_t size, const std::vector<Field>& fields) {
-    ASSERT_EQ(raw.size(), size);
-    std::vector<bool> covered(size, false);
-    for (const Field& f : fields) {
-        SCOPED_TRACE("offset " + std::to_string(f.offset));
-        const size_t width = f.kind == Field::kU32 || f.kind == Field::kI32 ? 4 : 8;
-        for (size_t i = 0; i < width; ++i)
-            covered[f.offset + i] = true;
-        uint64_t value = 0;
-        std::memcpy(&value, raw.data() + f.offset, width);
-        switch (f.kind) {
-            case Field::kU32:
-            case Field::kI32:
-            case Field::kU64:
-            case Field::kPointer:
-                EXPECT_EQ(value, f.number);
-                break;
-            case Field::kText:
-                ASSERT_NE(value, 0u);
-                EXPECT_STREQ(reinterpret_cast<const wchar_t*>(value), f.text);
-                break;
-            case Field::kNonNull:
-                EXPECT_NE(value, 0u);
-                break;
-        }
+// `want` in the bytes of a recorded record, but for the pointers at `texts`, compared as
+// the texts they point to, and those at `present`, which must only be set.
+template <typename Record>
+void ExpectRecord(const Call& call, Record want, std::initializer_list<size_t> texts,
+                  std::initializer_list<size_t> present = {}) {
+    ASSERT_EQ(call.record.size(), sizeof want) << "size field";
+    std::vector<uint8_t> got = call.record;
+    auto* expected = reinterpret_cast<uint8_t*>(&want);
+    for (size_t at : texts) {
+        const wchar_t *gotText, *wantText;
+        std::memcpy(&gotText, got.data() + at, sizeof gotText);
+        std::memcpy(&wantText, expected + at, sizeof wantText);
+        EXPECT_STREQ(gotText, wantText) << "text at " << at;
+        std::memcpy(got.data() + at, &wantText, sizeof wantText);
     }
-    for (size_t i = 0; i < size; ++i) {
-        if (!covered[i]) {
-            EXPECT_EQ(raw[i], 0) << "byte " << i << " must be zero";
-        }
+    for (size_t at : present) {
+        void* pointer;
+        std::memcpy(&pointer, got.data() + at, sizeof pointer);
+        EXPECT_NE(pointer, nullptr) << "pointer at " << at;
+        std::memcpy(expected + at, &pointer, sizeof pointer);
     }
+    for (size_t i = 0; i < sizeof want; ++i)
+        EXPECT_EQ(got[i], expected[i]) << "byte " << i;
 }
 
 class PluginFrame : public ::testing::Test {
@@ -119,7 +105,6 @@ protected:
         Bind(load_, "pluginLoad");
         Bind(unload_, "pluginUnload");
         ASSERT_TRUE(query_ && load_ && unload_);
-        table_ = HRXFUNCTIONS{};
         table_.size = sizeof table_;
         table_.fnCall = RecordingCall;
         table_.fnExists = RecordingExists;
@@ -141,23 +126,6 @@ protected:
         return names;
     }
 
-    // The transport and menu records of the last load.
-    struct Callbacks {
-        SmstTransportInfo transport{};
-        MenuItemDef menu{};
-    };
-    static Callbacks RegisteredCallbacks() {
-        Callbacks found;
-        for (const Call& c : g_calls) {
-            if (c.service == L"SMST/Register")
-                std::memcpy(&found.transport, c.record.data(), sizeof found.transport);
-            if (c.service == L"HRX/Menu/Add")
-                std::memcpy(&found.menu, c.record.data(), sizeof found.menu);
-        }
-        EXPECT_TRUE(found.transport.send != nullptr && found.menu.callback != nullptr);
-        return found;
-    }
-
     HMODULE module_ = nullptr;
     const PluginInfo* (*query_)() = nullptr;
     int (*load_)(intptr_t, HRXFUNCTIONS*) = nullptr;
@@ -165,36 +133,30 @@ protected:
     HRXFUNCTIONS table_{};
 };
 
-TEST_F(PluginFrame, InformationBeforeAnyLoad) {
+TEST_F(PluginFrame, InformationExportsAndVersionResource) {
     const PluginInfo* info = query_();
-    EXPECT_EQ(info, query_());
     EXPECT_TRUE(g_calls.empty());
-    EXPECT_EQ(info->size, 128u);
-    EXPECT_STREQ(info->shortName, L"Tarnik");
-    EXPECT_STREQ(info->description, L"GSM transport for GSM phones");
-    EXPECT_EQ(info->version, 0x00020000000004B0ull);
-    EXPECT_EQ(info->moduleVersion, 0x0000000800150BECull);
-    EXPECT_EQ(info->three, 3u);
-    EXPECT_EQ(info->reserved88, nullptr);
-    EXPECT_STREQ(info->pluginId, L"{5E2A8C41-93D7-4B6E-A1F0-2C7D9E3B5A86}");
+    const auto* bytes = reinterpret_cast<const uint8_t*>(info);
+    using P = PluginInfo;
+    ExpectRecord(Call{L"", {bytes, bytes + info->size}, 0, 0},
+                 P{128, 0, L"Tarnik", L"GSM transport for GSM phones", nullptr, nullptr, nullptr,
+                   nullptr, nullptr, 0x00020000000004B0ull, 0x0000000800150BECull, 3, 0, nullptr,
+                   L"{5E2A8C41-93D7-4B6E-A1F0-2C7D9E3B5A86}"},
+                 {offsetof(P, shortName), offsetof(P, description), offsetof(P, pluginId)},
+                 {offsetof(P, legalNotice), offsetof(P, author), offsetof(P, email),
+                  offsetof(P, webAddress), offsetof(P, updateManifest)});
     const std::wstring manifest = info->updateManifest;
     EXPECT_EQ(manifest.substr(manifest.size() - 18), L"/update/Tarnik.xml");
-    for (void* p : info->reserved104)
-        EXPECT_EQ(p, nullptr);
-}
 
-TEST_F(PluginFrame, ExactlyThreeExportsAndTheVersionResource) {
     const auto* base = reinterpret_cast<const uint8_t*>(module_);
-    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-    const auto& dir = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
-    const auto* exports =
-        reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(base + dir.VirtualAddress);
+    const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS64*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const auto* exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
+        base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
     const auto* names = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
     std::vector<std::string> exported;
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+    for (DWORD i = 0; i < exports->NumberOfNames; ++i)
         exported.emplace_back(reinterpret_cast<const char*>(base + names[i]));
-    }
     EXPECT_EQ(exported, (std::vector<std::string>{"pluginLoad", "pluginUnload", "queryPlugInfo"}));
 
     wchar_t path[MAX_PATH];
@@ -206,13 +168,14 @@ TEST_F(PluginFrame, ExactlyThreeExportsAndTheVersionResource) {
     VS_FIXEDFILEINFO* fixed = nullptr;
     UINT length = 0;
     ASSERT_TRUE(VerQueryValueW(version.data(), L"\\", reinterpret_cast<void**>(&fixed), &length));
-    EXPECT_EQ(fixed->dwFileVersionMS, 0x00000008u);
-    EXPECT_EQ(fixed->dwFileVersionLS, 0x00150BECu);
-    EXPECT_EQ(fixed->dwProductVersionMS, 0x00000008u);
-    EXPECT_EQ(fixed->dwProductVersionLS, 0x00150BECu);
+    const std::vector<DWORD> expected = {0x8, 0x150BEC, 0x8, 0x150BEC};
+    EXPECT_EQ((std::vector<DWORD>{fixed->dwFileVersionMS, fixed->dwFileVersionLS,
+                                  fixed->dwProductVersionMS, fixed->dwProductVersionLS}),
+              expected);
 }
 
 TEST_F(PluginFrame, StartUpAndShutdownSequences) {
+    const intptr_t instance = reinterpret_cast<intptr_t>(module_);
     for (bool smsPresent : {true, false}) {
         SCOPED_TRACE(smsPresent ? "SMS plug-in present" : "SMS plug-in absent");
         g_calls.clear();
@@ -229,52 +192,38 @@ TEST_F(PluginFrame, StartUpAndShutdownSequences) {
         expected.insert(expected.end(), {L"SMST/Register", L"HRX/Menu/Add"});
         ASSERT_EQ(Services(), expected);
 
-        const intptr_t instance = reinterpret_cast<intptr_t>(module_);
-        ExpectRecord(g_calls[0].record, 40,
-                     {{0, Field::kU32, 40, nullptr},
-                      {4, Field::kI32, 1, nullptr},
-                      {8, Field::kText, 0, L"SMSX"},
-                      {16, Field::kText, 0, L"GSM transport plugin starting up..."}});
+        using L = LogEntry;
+        ExpectRecord(g_calls[0], L{sizeof(L), 1, L"SMSX", L"GSM transport plugin starting up..."},
+                     {offsetof(L, source), offsetof(L, message)});
         EXPECT_EQ(g_calls[0].second, 0);
-        ExpectRecord(g_calls[1].record, 32,
-                     {{0, Field::kU32, 32, nullptr},
-                      {8, Field::kNonNull, 0, nullptr},
-                      {16, Field::kU32, 261, nullptr}});
+        ExpectRecord(g_calls[1], SettingsPathRequest{32, 0, nullptr, 261}, {},
+                     {offsetof(SettingsPathRequest, buffer)});
         EXPECT_EQ(g_calls[1].second, instance);
         EXPECT_EQ(g_calls[2].second, instance);
         EXPECT_EQ(g_calls[3].first, kSettingsHandle);
         EXPECT_EQ(g_calls[3].second, 0);
-
-        size_t next = 5;
         if (!smsPresent) {
-            ExpectRecord(g_calls[next].record, 40,
-                         {{0, Field::kU32, 40, nullptr},
-                          {4, Field::kI32, static_cast<uint32_t>(-2), nullptr},
-                          {16, Field::kText, 0,
+            ExpectRecord(g_calls[5],
+                         L{sizeof(L), -2, nullptr,
                            L"Usiłujesz używać transportu sms (Tarnik), jednak wyłączyłeś obsługę "
-                           L"SMSów w programie. Wiesz, że to bezsens?"}});
-            ++next;
+                           L"SMSów w programie. Wiesz, że to bezsens?"},
+                         {offsetof(L, message)});
         }
-        const Call& reg = g_calls[next];
-        ExpectRecord(reg.record, 80,
-                     {{0, Field::kU32, 80, nullptr},
-                      {8, Field::kText, 0, L"3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35"},
-                      {16, Field::kText, 0, L"Transport GSM (BT/Ir/COM)"},
-                      {36, Field::kU32, 10, nullptr},
-                      {40, Field::kU32, 160, nullptr},
-                      {44, Field::kU32, 50, nullptr},
-                      {48, Field::kNonNull, 0, nullptr},
-                      {56, Field::kNonNull, 0, nullptr}});
+        using T = SmstTransportInfo;
+        const Call& reg = g_calls[smsPresent ? 5 : 6];
+        ExpectRecord(reg,
+                     T{sizeof(T), 0, L"3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35",
+                       L"Transport GSM (BT/Ir/COM)", 0, 0, 0, 10, 160, 50},
+                     {offsetof(T, transportId), offsetof(T, displayName)},
+                     {offsetof(T, send), offsetof(T, configure)});
         EXPECT_EQ(reg.second, 0);
-        const Call& menu = g_calls[next + 1];
-        ExpectRecord(menu.record, 96,
-                     {{0, Field::kU32, 96, nullptr},
-                      {8, Field::kText, 0, L"GSM/Access"},
-                      {16, Field::kText, 0, L"HRX/Menu/Main/Opt"},
-                      {24, Field::kText, 0, L"Archiwizacja SMS-ów"},
-                      {44, Field::kI32, 0xFECED300u, nullptr},
-                      {56, Field::kNonNull, 0, nullptr},
-                      {80, Field::kPointer, static_cast<uint64_t>(instance), nullptr}});
+        using M = MenuItemDef;
+        M menu{sizeof(M), 0, L"GSM/Access", L"HRX/Menu/Main/Opt", L"Archiwizacja SMS-ów", 0,
+               0,         0, -20000000};
+        menu.instance = module_;
+        ExpectRecord(g_calls.back(), menu,
+                     {offsetof(M, itemId), offsetof(M, parentMenu), offsetof(M, caption)},
+                     {offsetof(M, callback)});
 
         g_calls.clear();
         EXPECT_EQ(unload_(), 0);
@@ -290,80 +239,53 @@ TEST_F(PluginFrame, StartUpAndShutdownSequences) {
     }
 }
 
-// Loads the plug-in with the host's translations read from `lines`.
-void LoadTranslated(int (*load)(intptr_t, HRXFUNCTIONS*), HRXFUNCTIONS* table, const char* lines) {
-    wchar_t folder[MAX_PATH];
-    GetTempPathW(MAX_PATH, folder);
-    const std::wstring path = std::wstring(folder) + L"tarnik-translations.txt";
-    FILE* file = _wfopen(path.c_str(), L"wb");
-    ASSERT_NE(file, nullptr);
-    std::fputs(lines, file);
-    std::fclose(file);
-    SetEnvironmentVariableW(L"HRX_TRANSLATIONS", path.c_str());
-    load(0, table);
-    SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
-    DeleteFileW(path.c_str());
-}
-
-TEST_F(PluginFrame, TextsGoThroughTheHostsTranslation) {
-    LoadTranslated(load_, &table_, "Tarnik.1001=Transport przez telefon\nTarnik.1002=Archiwum\n");
-    std::vector<std::wstring> texts;
-    for (const Call& c : g_calls) {
-        if (c.service == L"SMST/Register") {
-            texts.emplace_back(*reinterpret_cast<const wchar_t* const*>(c.record.data() + 16));
-        }
-        if (c.service == L"HRX/Menu/Add") {
-            texts.emplace_back(*reinterpret_cast<const wchar_t* const*>(c.record.data() + 24));
-        }
-    }
-    EXPECT_EQ(texts, (std::vector<std::wstring>{L"Transport przez telefon", L"Archiwum"}));
-    unload_();
-}
-
-TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndTheMenuEntryReturnsZero) {
-    load_(0, &table_);
-    const auto [transport, item] = RegisteredCallbacks();
-
-    uint8_t profile[13] = {2, 1};
-    SmstSendInfo request{};
-    request.size = sizeof request;
-    request.profileData = profile;
-    request.profileLength = 12;
-    EXPECT_EQ(transport.send(&request), 2);  // a record is 13 bytes
-    EXPECT_EQ(transport.send(nullptr), 2);
-    profile[0] = 3;
-    request.profileLength = 13;
-    EXPECT_EQ(transport.send(&request), 2);  // no such connection kind
-    EXPECT_EQ(transport.configure(nullptr), 0);
-    EXPECT_EQ(item.callback(0, 0), 0);
-    unload_();
-}
-
-// Whatever the host's services and translations throw into a call stays in the plug-in:
-// each entry point gives its failure value and the host goes on.
-TEST_F(PluginFrame, NoExceptionReachesTheHost) {
+// Each entry point answers with its failure value for a request it cannot use, and
+// whatever the host's services and translations throw into it stays in the plug-in.
+TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndNoExceptionReachesTheHost) {
     g_throwIn = L"HRX/Settings/Init";
     EXPECT_EQ(load_(0, &table_), 0);
     g_throwIn = L"HRX/Settings/Write";
     EXPECT_EQ(unload_(), 0);
-
     g_throwIn.clear();
-    LoadTranslated(load_, &table_,
-                   "Tarnik.1004=!bad_alloc\nTarnik.1052=!bad_alloc\nTarnik.1053=!bad_alloc\n");
-    const auto callbacks = RegisteredCallbacks();
-    uint8_t profile[13] = {2, 1};
-    SmstSendInfo request{};
-    request.size = sizeof request;
-    request.profileData = profile;
-    request.profileLength = 13;
-    EXPECT_EQ(callbacks.transport.send(&request), 2);
-    SmstConfigureInfo configure{};
-    configure.size = sizeof configure;
-    configure.profileData = profile;
-    EXPECT_EQ(callbacks.transport.configure(&configure), 0);  // the dialog ends at once
-    EXPECT_EQ(configure.writtenLength, 0u);
-    EXPECT_EQ(callbacks.menu.callback(0, 0), 0);
-    EXPECT_EQ(unload_(), 0);
+
+    for (const char* translations :
+         {"", "Tarnik.1004=!bad_alloc\nTarnik.1052=!bad_alloc\nTarnik.1053=!bad_alloc\n"}) {
+        SCOPED_TRACE(translations);
+        // The host reads its translations from this file when the plug-in loads.
+        wchar_t file[MAX_PATH];
+        GetTempPathW(MAX_PATH, file);
+        wcscat(file, L"tarnik-translations.txt");
+        FILE* out = _wfopen(file, L"wb");
+        ASSERT_NE(out, nullptr);
+        std::fputs(translations, out);
+        std::fclose(out);
+        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", file);
+        g_calls.clear();
+        load_(0, &table_);
+        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
+        DeleteFileW(file);
+        SmstTransportInfo transport;
+        MenuItemDef menu;
+        std::memcpy(&transport, g_calls.end()[-2].record.data(), sizeof transport);
+        std::memcpy(&menu, g_calls.back().record.data(), sizeof menu);
+        ASSERT_TRUE(transport.send && transport.configure && menu.callback);
+
+        const bool throwing = translations[0] != '\0';
+        uint8_t profile[13] = {2, 1};
+        SmstSendInfo request{};
+        request.size = sizeof request;
+        request.profileData = profile;
+        request.profileLength = throwing ? 13 : 12;  // a record is 13 bytes
+        EXPECT_EQ(transport.send(&request), 2);
+        EXPECT_EQ(transport.send(nullptr), 2);
+        SmstConfigureInfo configure{};
+        configure.size = sizeof configure;
+        configure.profileData = profile;
+        EXPECT_EQ(transport.configure(throwing ? &configure : nullptr), 0);
+        EXPECT_EQ(configure.writtenLength, 0u);  // the dialog ended at once
+        EXPECT_EQ(menu.callback(0, 0), 0);
+        EXPECT_EQ(unload_(), 0);
+    }
 }
 
 }  // namespace
