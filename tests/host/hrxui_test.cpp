@@ -11,6 +11,13 @@
 #include <string>
 #include <vector>
 
+// Shared with hrxcore_test.cpp.
+std::wstring WindowText(HWND window) {
+    wchar_t text[256] = {};
+    GetWindowTextW(window, text, 256);
+    return text;
+}
+
 namespace {
 
 constexpr int kPageTemplate = 300, kChildTemplate = 301;  // in hrxui_test.rc
@@ -74,12 +81,6 @@ class ChildPage : public hrx::CUIScalableDialog {
 public:
     ChildPage() : CUIScalableDialog(kChildTemplate) {}
 };
-
-std::wstring WindowText(HWND window) {
-    wchar_t text[256] = {};
-    GetWindowTextW(window, text, 256);
-    return text;
-}
 
 std::wstring RowText(HWND list, int row) {
     wchar_t text[256] = {};
