@@ -1,5 +1,6 @@
-// The dialog framework on a real dialog of the tests' own: the template's init data, the
-// message map's order and typed handlers, data exchange both ways, and how dialogs end.
+// The dialog framework on real dialogs of the tests' own: the template's init data, the
+// message map's order and typed handlers, data exchange both ways, how dialogs end, and
+// modeless dialogs in a parent.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -75,48 +76,41 @@ void Post(TestDialog& d, UINT message, WPARAM w = 0, LPARAM l = 0) {
     PostMessageW(d.hwnd(), message, w, l);
 }
 
-TEST(DialogFramework, InitDataFillsTheListsBeforeInitialisation) {
+// One run plays every step of the plain dialog: the template's init data in the lists and
+// the members loaded into the controls before OnInitDialog's script runs, the message
+// map's entries in order with their results reaching the sender, and OK saving the
+// controls back into the members.
+TEST(DialogFramework, InitDataMessageMapAndDataExchange) {
+    static LRESULT answer = 0;
     TestDialog d;
     d.script = [](TestDialog& self) {
-        EXPECT_EQ(self.combo.Count(), 2);
-        EXPECT_EQ(self.combo.ItemText(0), L"jeden");
-        EXPECT_EQ(self.combo.ItemText(1), L"dwa");
-        EXPECT_EQ(self.list.Count(), 1);
-        EXPECT_EQ(self.list.ItemText(0), L"trzy");
-        Post(self, WM_COMMAND, IDCANCEL);
-    };
-    EXPECT_EQ(d.DoModal(), IDCANCEL);
-    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init"}));
-}
+        HWND dialog = self.hwnd();
+        EXPECT_EQ(std::vector<std::wstring>(
+                      {self.combo.ItemText(0), self.combo.ItemText(1), self.list.ItemText(0)}),
+                  std::vector<std::wstring>({L"jeden", L"dwa", L"trzy"}));
+        EXPECT_EQ(self.combo.Count() + self.list.Count(), 3);
+        EXPECT_EQ(SendDlgItemMessageW(dialog, 12, BM_GETCHECK, 0, 0), BST_CHECKED);
+        wchar_t text[32] = {};
+        GetDlgItemTextW(dialog, 13, text, 32);
+        EXPECT_STREQ(text, L"zażółć");
 
-TEST(DialogFramework, MessageMapDispatchesInOrderWithTypedHandlers) {
-    TestDialog d;
-    d.script = [](TestDialog& self) {
-        PostMessageW(GetDlgItem(self.hwnd(), 14), BM_CLICK, 0, 0);
+        answer = SendMessageW(dialog, WM_USER + 7, 1, 2);
+        PostMessageW(GetDlgItem(dialog, 14), BM_CLICK, 0, 0);
         self.combo.SetCurSel(1);
-        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELENDOK),
-             reinterpret_cast<LPARAM>(self.combo.hwnd()));
-        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELCHANGE),
-             reinterpret_cast<LPARAM>(self.combo.hwnd()));  // not in the map
+        const auto combo = reinterpret_cast<LPARAM>(self.combo.hwnd());
+        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELENDOK), combo);
+        Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELCHANGE), combo);  // not in the map
         Post(self, WM_USER + 7, 3, 4);
-        Post(self, WM_COMMAND, IDCANCEL);
+        SendDlgItemMessageW(dialog, 12, BM_SETCHECK, BST_UNCHECKED, 0);
+        SetDlgItemTextW(dialog, 13, L"gęślą");
+        PostMessageW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0);
     };
-    EXPECT_EQ(d.DoModal(), IDCANCEL);
-    EXPECT_EQ(d.calls,
-              (std::vector<std::string>{"load", "init", "button", "chosen 1", "user 3 4"}));
-}
-
-TEST(DialogFramework, HandlerResultsReachTheSender) {
-    TestDialog d;
-    LRESULT answer = 0;
-    static LRESULT* out = nullptr;
-    out = &answer;
-    d.script = [](TestDialog& self) {
-        *out = SendMessageW(self.hwnd(), WM_USER + 7, 1, 2);
-        Post(self, WM_COMMAND, IDCANCEL);
-    };
-    d.DoModal();
+    EXPECT_EQ(d.DoModal(), IDOK);
     EXPECT_EQ(answer, 42);
+    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init", "user 1 2", "button", "chosen 1",
+                                                 "user 3 4", "save"}));
+    EXPECT_EQ(d.checked, 0);
+    EXPECT_EQ(d.text, L"gęślą");
 }
 
 // A typed entry of each kind; the handlers note what they got while the test sends its
@@ -191,102 +185,90 @@ TEST(DialogFramework, TypedEntriesGiveEachHandlerWhatItsMessageCarries) {
         {"notification", WM_NOTIFY, 40, reinterpret_cast<LPARAM>(&click), 0, "click 40", 7},
         {"another code", WM_NOTIFY, 40, reinterpret_cast<LPARAM>(&otherCode), 0, "", -1},
     };
-    static std::vector<std::pair<std::string, LRESULT>> got;
     TypedDialog d;
     d.script = [](TestDialog& self) {
         auto& typed = static_cast<TypedDialog&>(self);
         for (const auto& c : cases) {
+            SCOPED_TRACE(c.name);
             const LPARAM l =
                 c.control != 0 ? reinterpret_cast<LPARAM>(GetDlgItem(self.hwnd(), c.control)) : c.l;
             typed.noted.clear();
             typed.noting = true;
             const LRESULT answer = SendMessageW(self.hwnd(), c.message, c.w, l);
             typed.noting = false;
-            got.emplace_back(typed.noted, answer);
+            EXPECT_EQ(typed.noted, c.noted);
+            if (c.answer != -1)
+                EXPECT_EQ(answer, c.answer);
+            else
+                EXPECT_NE(answer, brush);
         }
         Post(self, WM_COMMAND, IDCANCEL);
     };
-    d.DoModal();
-    ASSERT_EQ(got.size(), std::size(cases));
-    for (size_t i = 0; i < got.size(); ++i) {
-        SCOPED_TRACE(cases[i].name);
-        EXPECT_EQ(got[i].first, cases[i].noted);
-        if (cases[i].answer != -1)
-            EXPECT_EQ(got[i].second, cases[i].answer);
-        else
-            EXPECT_NE(got[i].second, brush);
-    }
+    EXPECT_EQ(d.DoModal(), IDCANCEL);
 }
 
-TEST(DialogFramework, DataExchangeBothWays) {
-    TestDialog d;
-    d.checked = 1;
-    d.script = [](TestDialog& self) {
-        // Loaded into the controls at initialisation...
-        EXPECT_EQ(SendDlgItemMessageW(self.hwnd(), 12, BM_GETCHECK, 0, 0), BST_CHECKED);
-        wchar_t text[32] = {};
-        GetDlgItemTextW(self.hwnd(), 13, text, 32);
-        EXPECT_STREQ(text, L"zażółć");
-        // ... and saved from them by the framework's OK.
-        SendDlgItemMessageW(self.hwnd(), 12, BM_SETCHECK, BST_UNCHECKED, 0);
-        SetDlgItemTextW(self.hwnd(), 13, L"gęślą");
-        PostMessageW(GetDlgItem(self.hwnd(), IDOK), BM_CLICK, 0, 0);
-    };
-    EXPECT_EQ(d.DoModal(), IDOK);
-    EXPECT_EQ(d.checked, 0);
-    EXPECT_EQ(d.text, L"gęślą");
-    EXPECT_EQ(d.calls, (std::vector<std::string>{"load", "init", "save"}));
-}
-
+// How a modal dialog ends. Handlers run from the host's message loop: what they throw
+// stays in the framework; a failed initialisation ends the dialog, a failed command leaves
+// it running. A template the current module lacks gives -1.
 TEST(DialogFramework, WaysOut) {
     const struct {
         const char* name;
         void (*script)(TestDialog&);
+        bool throwing;
         INT_PTR result;
     } cases[] = {
         {"OK button",
-         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); }, IDOK},
+         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); }, false,
+         IDOK},
         {"Cancel button",
-         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDCANCEL), BM_CLICK, 0, 0); },
+         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDCANCEL), BM_CLICK, 0, 0); }, false,
          IDCANCEL},
         {"Esc",
          [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), 14), WM_KEYDOWN, VK_ESCAPE, 0); },
-         IDCANCEL},
-        {"close box", [](TestDialog& s) { Post(s, WM_SYSCOMMAND, SC_CLOSE); }, IDCANCEL},
+         false, IDCANCEL},
+        {"close box", [](TestDialog& s) { Post(s, WM_SYSCOMMAND, SC_CLOSE); }, false, IDCANCEL},
+        {"failed initialisation", nullptr, true, IDCANCEL},
+        {"failed command, then OK",
+         [](TestDialog& s) {
+             PostMessageW(GetDlgItem(s.hwnd(), 14), BM_CLICK, 0, 0);
+             PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0);
+         },
+         true, IDOK},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         TestDialog d;
         d.script = c.script;
+        d.throwing = c.throwing;
         EXPECT_EQ(d.DoModal(), c.result);
         EXPECT_EQ(d.hwnd(), nullptr);
+        EXPECT_EQ(d.calls.back(), c.result == IDOK ? "save" : "init");
     }
+    // kernel32 holds no template 100: the dialog cannot be made there.
+    dlg::ModuleStateGuard elsewhere(GetModuleHandleW(L"kernel32.dll"), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(TestDialog().DoModal(), -1);
 }
 
-// Handlers run from the host's message loop: what they throw stays in the framework. A
-// failed initialisation ends the dialog; a failed command leaves it running.
-TEST(DialogFramework, ExceptionsStayInTheDialog) {
-    TestDialog failedInit;
-    failedInit.throwing = true;
-    EXPECT_EQ(failedInit.DoModal(), IDCANCEL);
-
-    TestDialog failedButton;
-    failedButton.throwing = true;
-    failedButton.script = [](TestDialog& self) {
-        PostMessageW(GetDlgItem(self.hwnd(), 14), BM_CLICK, 0, 0);
-        PostMessageW(GetDlgItem(self.hwnd(), IDOK), BM_CLICK, 0, 0);
-    };
-    EXPECT_EQ(failedButton.DoModal(), IDOK);
-    EXPECT_EQ(failedButton.calls.back(), "save");
-}
-
-// A page inside another window: Esc in its read-only text box (pumped through the dialog
-// manager as a host's message loop does, the box sends WM_CLOSE, the dialog makes that
-// IDCANCEL) and an OK command leave the page where it is.
-TEST(DialogFramework, ChildPageOutlivesEscAndOk) {
+// Modeless in a parent: a dialog of its own, destroyed with its object, and a page inside
+// the parent, which Esc in its read-only text box (pumped through the dialog manager as a
+// host's message loop does, the box sends WM_CLOSE, the dialog makes that IDCANCEL) and an
+// OK command leave where it is.
+TEST(DialogFramework, ModelessDialogsInAParent) {
     HWND parent = CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400,
                                   300, nullptr, nullptr, nullptr, nullptr);
     ASSERT_NE(parent, nullptr);
+    HWND made = nullptr;
+    {
+        TestDialog d;
+        ASSERT_TRUE(d.Create(parent));
+        made = d.hwnd();
+        EXPECT_EQ(GetParent(made), parent);
+        EXPECT_EQ(d.combo.Count(), 2);
+        SendMessageW(GetDlgItem(made, 14), BM_CLICK, 0, 0);
+        EXPECT_EQ(d.calls.back(), "button");
+    }
+    EXPECT_FALSE(IsWindow(made));
+
     const struct {
         const char* name;
         void (*act)(HWND page, HWND text);
@@ -310,33 +292,6 @@ TEST(DialogFramework, ChildPageOutlivesEscAndOk) {
         }
         EXPECT_TRUE(IsWindow(page.hwnd()) && IsWindow(text));
     }
-    DestroyWindow(parent);
-}
-
-TEST(DialogFramework, TemplatesComeFromTheCurrentModule) {
-    TestDialog d;
-    {
-        // kernel32 holds no template 100: the dialog cannot be made there.
-        dlg::ModuleStateGuard elsewhere(GetModuleHandleW(L"kernel32.dll"), INVALID_HANDLE_VALUE);
-        EXPECT_EQ(d.DoModal(), -1);
-    }
-    d.script = [](TestDialog& self) { Post(self, WM_COMMAND, IDCANCEL); };
-    EXPECT_EQ(d.DoModal(), IDCANCEL);
-}
-
-TEST(DialogFramework, ModelessChildLivesInItsParent) {
-    HWND parent = CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300, nullptr,
-                                  nullptr, nullptr, nullptr);
-    ASSERT_NE(parent, nullptr);
-    {
-        TestDialog d;
-        ASSERT_TRUE(d.Create(parent));
-        EXPECT_EQ(GetParent(d.hwnd()), parent);
-        EXPECT_EQ(d.combo.Count(), 2);
-        SendMessageW(GetDlgItem(d.hwnd(), 14), BM_CLICK, 0, 0);
-        EXPECT_EQ(d.calls.back(), "button");
-    }  // the object destroys its window
-    EXPECT_EQ(GetWindow(parent, GW_CHILD), nullptr);
     DestroyWindow(parent);
 }
 
