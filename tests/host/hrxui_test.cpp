@@ -162,6 +162,7 @@ TEST(UIWin7Dialog, NavigationTellsThePageOfEachChangeOnce) {
     }
     // The item handed over is the one inserted, with what the page put into it.
     const hrx::CVLCTreeNode* one = page.lastNew;
+    ASSERT_NE(one, nullptr);
     EXPECT_EQ(one->data, &page.dataOne);
     EXPECT_EQ(one->header + one->subheader, L"Pierwsza stronaOpis pierwszej");
 }
