@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+// After <windows.h>, which it needs.
+#include <commctrl.h>
+
 #include <string>
 #include <vector>
 
@@ -14,70 +17,65 @@
 namespace tarnik {
 namespace {
 
-// Records, in order, the progress log's list box messages that reach the control (the
+// Names, in order, the progress log's list box messages that reach the control (the
 // control sends itself others while it paints).
-std::vector<UINT> g_messages;
+std::string g_sent;
 WNDPROC g_original = nullptr;
 
 LRESULT CALLBACK Recorder(HWND hwnd, UINT message, WPARAM w, LPARAM l) {
-    for (UINT m :
-         {LB_ADDSTRING, LB_SETCURSEL, LB_GETCOUNT, LB_GETTEXTLEN, LB_GETTEXT, LB_DELETESTRING}) {
+    const std::pair<UINT, const char*> named[] = {
+        {LB_GETCOUNT, "count"},      {LB_GETTEXTLEN, "length"}, {LB_GETTEXT, "text"},
+        {LB_DELETESTRING, "delete"}, {LB_ADDSTRING, "add"},     {LB_SETCURSEL, "select"}};
+    for (const auto& [m, name] : named) {
         if (message == m)
-            g_messages.push_back(message);
+            g_sent += (g_sent.empty() ? "" : " ") + std::string(name);
     }
     return CallWindowProcW(g_original, hwnd, message, w, l);
 }
 
-// Each case starts from lines put into the list box directly, so the outcome lands on
-// whatever line is last, the caller's own too.
+HWND Window(const wchar_t* kind, HWND parent = nullptr) {
+    return CreateWindowExW(0, kind, L"", parent ? WS_CHILD | LVS_REPORT : WS_OVERLAPPEDWINDOW, 0, 0,
+                           300, 200, parent, nullptr, nullptr, nullptr);
+}
+
+// Each case starts from lines (between '|') put into the list box directly, so the outcome
+// lands on whatever line is last, the caller's own too.
 TEST(ProgressListBox, StagesAddLinesAndOutcomesExtendTheLastOne) {
     const struct {
-        std::vector<std::wstring> before;
+        const wchar_t* before;
         const wchar_t* text;
         bool outcome;
-        std::vector<std::wstring> after;
+        const wchar_t* after;
         LRESULT selected;
-        std::vector<UINT> sent;
+        const char* sent;
     } cases[] = {
-        {{}, L"OK", true, {}, LB_ERR, {LB_GETCOUNT}},
-        {{L"Parametry... OK", L"Wysyłam... "},
-         L"OK",
-         true,
-         {L"Parametry... OK", L"Wysyłam... OK"},
-         1,
-         {LB_GETCOUNT, LB_GETTEXTLEN, LB_GETTEXT, LB_DELETESTRING, LB_ADDSTRING, LB_SETCURSEL}},
-        {{L"Wysyłam... ", L""},
-         L"Błąd",
-         true,
-         {L"Wysyłam... ", L"Błąd"},
-         1,
-         {LB_GETCOUNT, LB_GETTEXTLEN, LB_DELETESTRING, LB_ADDSTRING, LB_SETCURSEL}},
-        {{L"Parametry... OK"},
-         L"Adresat: 1",
-         false,
-         {L"Parametry... OK", L"Adresat: 1"},
-         1,
-         {LB_ADDSTRING, LB_SETCURSEL}},
+        {L"", L"OK", true, L"", LB_ERR, "count"},
+        {L"Parametry... OK|Wysyłam... ", L"OK", true, L"Parametry... OK|Wysyłam... OK", 1,
+         "count length text delete add select"},
+        {L"Wysyłam... |", L"Błąd", true, L"Wysyłam... |Błąd", 1, "count length delete add select"},
+        {L"Parametry... OK", L"Adresat: 1", false, L"Parametry... OK|Adresat: 1", 1, "add select"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        HWND parent = CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 300, 200,
-                                      nullptr, nullptr, nullptr, nullptr);
-        HWND list = CreateWindowExW(0, L"LISTBOX", L"", WS_CHILD | WS_VISIBLE | WS_VSCROLL, 0, 0,
-                                    280, 180, parent, nullptr, nullptr, nullptr);
-        for (const std::wstring& line : c.before)
+        HWND parent = Window(L"STATIC");
+        HWND list = Window(L"LISTBOX", parent);
+        const std::wstring before = c.before;
+        for (size_t at = 0, bar = 0; !before.empty() && bar != std::wstring::npos; at = bar + 1) {
+            bar = before.find(L'|', at);
+            const std::wstring line = before.substr(at, bar - at);
             SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(line.c_str()));
+        }
         g_original = reinterpret_cast<WNDPROC>(
             SetWindowLongPtrW(list, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(Recorder)));
-        g_messages.clear();
+        g_sent.clear();
         AppendProgress(list, c.text, c.outcome);
-        EXPECT_EQ(g_messages, c.sent);
-        std::vector<std::wstring> lines;
+        EXPECT_EQ(g_sent, c.sent);
+        std::wstring lines;
         for (LRESULT i = 0; i < SendMessageW(list, LB_GETCOUNT, 0, 0); ++i) {
             wchar_t buffer[256] = {};
             SendMessageW(list, LB_GETTEXT, static_cast<WPARAM>(i),
                          reinterpret_cast<LPARAM>(buffer));
-            lines.emplace_back(buffer);
+            lines += (i > 0 ? L"|" : L"") + std::wstring(buffer);
         }
         EXPECT_EQ(lines, c.after);
         EXPECT_EQ(SendMessageW(list, LB_GETCURSEL, 0, 0), c.selected);

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <initializer_list>
 #include <new>
@@ -248,29 +247,20 @@ TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndNoExceptionReachesTheHost)
     EXPECT_EQ(unload_(), 0);
     g_throwIn.clear();
 
-    for (const char* translations :
-         {"", "Tarnik.1004=!bad_alloc\nTarnik.1052=!bad_alloc\nTarnik.1053=!bad_alloc\n"}) {
-        SCOPED_TRACE(translations);
-        // The host reads its translations from this file when the plug-in loads.
-        wchar_t file[MAX_PATH];
-        GetTempPathW(MAX_PATH, file);
-        wcscat(file, L"tarnik-translations.txt");
-        FILE* out = _wfopen(file, L"wb");
-        ASSERT_NE(out, nullptr);
-        std::fputs(translations, out);
-        std::fclose(out);
-        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", file);
+    // The host reads its translations from the file this names when the plug-in loads.
+    for (const wchar_t* translations : {L"", TARNIK_THROWING_TRANSLATIONS}) {
+        SCOPED_TRACE(*translations ? "throwing translations" : "no translations");
+        SetEnvironmentVariableW(L"HRX_TRANSLATIONS", *translations ? translations : nullptr);
         g_calls.clear();
         load_(0, &table_);
         SetEnvironmentVariableW(L"HRX_TRANSLATIONS", nullptr);
-        DeleteFileW(file);
         SmstTransportInfo transport;
         MenuItemDef menu;
         std::memcpy(&transport, g_calls.end()[-2].record.data(), sizeof transport);
         std::memcpy(&menu, g_calls.back().record.data(), sizeof menu);
         ASSERT_TRUE(transport.send && transport.configure && menu.callback);
 
-        const bool throwing = translations[0] != '\0';
+        const bool throwing = *translations != L'\0';
         uint8_t profile[13] = {2, 1};
         SmstSendInfo request{};
         request.size = sizeof request;
