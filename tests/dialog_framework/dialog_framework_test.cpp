@@ -134,25 +134,23 @@ protected:
     }
 
 private:
-    void Note(const std::string& what) {
+    template <typename... Values>
+    void Note(const char* what, Values... values) {
         if (noting)
-            noted = what;
+            noted = (std::string(what) + ... + (" " + std::to_string(values)));
     }
     bool OnErase(HDC dc) {
-        Note("erase " + std::to_string(reinterpret_cast<uintptr_t>(dc)));
+        Note("erase", reinterpret_cast<uintptr_t>(dc));
         return true;
     }
     HBRUSH OnColour(HDC dc, HWND control) {
-        Note("colour " + std::to_string(reinterpret_cast<uintptr_t>(dc)) + " " +
-             std::to_string(GetDlgCtrlID(control)));
+        Note("colour", reinterpret_cast<uintptr_t>(dc), GetDlgCtrlID(control));
         return kBrush;
     }
-    void OnResize(UINT type, int cx, int cy) {
-        Note("size " + std::to_string(type) + " " + std::to_string(cx) + "x" + std::to_string(cy));
-    }
-    void OnRange(UINT id) { Note("command " + std::to_string(id)); }
+    void OnResize(UINT type, int cx, int cy) { Note("size", type, cx, cy); }
+    void OnRange(UINT id) { Note("command", id); }
     LRESULT OnClick(NMHDR* header) {
-        Note("click " + std::to_string(header->idFrom));
+        Note("click", header->idFrom);
         return 7;
     }
 };
@@ -177,7 +175,7 @@ TEST(DialogFramework, TypedEntriesGiveEachHandlerWhatItsMessageCarries) {
         {"scroll bar colour", WM_CTLCOLORSCROLLBAR, 54, 0, 11, "colour 54 11", brush},
         {"static colour", WM_CTLCOLORSTATIC, 55, 0, 12, "colour 55 12", brush},
         {"the dialog's own colour", WM_CTLCOLORDLG, 56, 0, 0, "", -1},
-        {"size", WM_SIZE, SIZE_RESTORED, MAKELPARAM(300, 200), 0, "size 0 300x200", 0},
+        {"size", WM_SIZE, SIZE_RESTORED, MAKELPARAM(300, 200), 0, "size 0 300 200", 0},
         {"first of the range", WM_COMMAND, MAKEWPARAM(30, 0), 0, 0, "command 30", 0},
         {"last of the range", WM_COMMAND, MAKEWPARAM(32, 0), 0, 0, "command 32", 0},
         {"beyond the range", WM_COMMAND, MAKEWPARAM(33, 0), 0, 0, "", -1},
