@@ -1,9 +1,13 @@
-"""The phone emulator as a COM port of the Wine machine, and the test host run against it.
-tarnik-phone serves a pty; a dosdevices link makes it COM<port> for Windows programs, so
-the real linkcom.mdl carries the bytes. Shared by the end-to-end tests and measurements."""
+"""The phone emulator as a COM port, the test host run against it, and readers of the
+host's output. tarnik-phone serves a pty; a dosdevices link makes it COM<port> for Windows
+programs under Wine (TARNIK_COM<port> for the native link library), so the real
+linkcom.mdl carries the bytes. Shared by the end-to-end tests and measurements."""
+import codecs
 import contextlib
+import json
 import os
 import random
+import re
 import subprocess
 import tempfile
 import time
@@ -17,6 +21,12 @@ PREFIX = os.environ.get("WINEPREFIX") or os.path.expanduser("~/.wine-tarnik")
 def windows_path(path):
     """The path as Wine's Z: drive shows the root, without starting a Wine program."""
     return "Z:" + os.path.abspath(path).replace("/", "\\")
+
+
+def data_file(name):
+    """A JSON file of tests/data, its lines that start with # left out."""
+    with open(os.path.join(ROOT, "tests", "data", name), encoding="utf-8") as f:
+        return json.loads("".join(l for l in f if not l.startswith("#")))
 
 
 def com_profile(port, report=False, kind=2):
@@ -47,75 +57,82 @@ class Phone:
 
 
 @contextlib.contextmanager
-def phone_on_com(native_dir, config):
-    """Starts tarnik-phone with the configuration text `config` behind a free COM port."""
+def phone_on_com(native_dir, config, port=None, wine=True):
+    """Starts tarnik-phone with the configuration text `config` behind COM<port> (a free
+    one unless given): a link in the Wine prefix, and natively TARNIK_COM<port>."""
     phone_bin = os.path.join(native_dir, "phone", "tarnik-phone")
+    port = port or random.randint(60, 250)
+    comlink = os.path.join(PREFIX, "dosdevices", "com%d" % port)
     with tempfile.TemporaryDirectory() as work:
-        conf = os.path.join(work, "phone.conf")
+        conf, link, log = (os.path.join(work, n) for n in ("phone.conf", "phone", "phone.log"))
         with open(conf, "w") as f:
             f.write(config)
-        link = os.path.join(work, "phone")
-        log = os.path.join(work, "phone.log")
         process = subprocess.Popen([phone_bin, "--link", link, "--config", conf, "--log", log])
-        port = random.randint(60, 250)
-        comlink = os.path.join(PREFIX, "dosdevices", "com%d" % port)
+        os.environ["TARNIK_COM%d" % port] = link
         try:
             for _ in range(50):
                 if os.path.exists(link):
                     break
                 time.sleep(0.1)
-            os.makedirs(os.path.dirname(comlink), exist_ok=True)
-            if os.path.lexists(comlink):
-                os.unlink(comlink)
-            os.symlink(link, comlink)
+            if wine:
+                os.makedirs(os.path.dirname(comlink), exist_ok=True)
+                if os.path.lexists(comlink):
+                    os.unlink(comlink)
+                os.symlink(link, comlink)
             yield Phone(work, port, log)
         finally:
             process.terminate()
             process.wait()
-            if os.path.lexists(comlink):
+            if wine and os.path.lexists(comlink):
                 os.unlink(comlink)
 
 
+FIELD = re.compile(r'(\w+)=("(?:[^"\\]|\\.)*"\S*|\S*)')
+
+
 def fields(line):
-    """The KEY=VALUE fields of one line of the test host's output, values unquoted."""
-    out, i, n = {}, 0, len(line)
-    while i < n:
-        while i < n and line[i] == " ":
-            i += 1
-        eq = line.find("=", i)
-        space = line.find(" ", i)
-        if eq < 0 or (0 <= space < eq):
-            i = n if space < 0 else space + 1  # the leading word: no field
-            continue
-        key, i = line[i:eq], eq + 1
-        if i < n and line[i] == '"':
-            value, i = [], i + 1
-            while i < n and line[i] != '"':
-                if line[i] == "\\":
-                    c = line[i + 1]
-                    if c in "xu":
-                        width = 2 if c == "x" else 4
-                        value.append(chr(int(line[i + 2:i + 2 + width], 16)))
-                        i += 2 + width
-                        continue
-                    value.append({"n": "\n", "r": "\r", "t": "\t"}.get(c, c))
-                    i += 2
-                    continue
-                value.append(line[i])
-                i += 1
-            i += 1
-            end = line.find(" ", i)  # a suffix after the quotes, e.g. "Alfa"/2
-            end = n if end < 0 else end
-            out[key] = "".join(value) + line[i:end]
-            i = end
-        else:
-            end = line.find(" ", i)
-            end = n if end < 0 else end
-            out[key] = line[i:end]
-            i = end
+    """The KEY=VALUE fields of one line of the test host's output, values unquoted (a
+    suffix after the quotes, as in "Alfa"/2, is kept)."""
+    out = {}
+    for key, value in FIELD.findall(line):
+        if value.startswith('"'):
+            end = value.rfind('"')
+            value = codecs.decode(value[1:end].encode("latin-1", "backslashreplace"),
+                                  "unicode_escape") + value[end + 1:]
+        out[key] = value
     return out
 
 
 def lines_of(out, word):
     """The fields of every output line that starts with `word`."""
     return [fields(l) for l in out.splitlines() if l.split(" ", 1)[0] == word]
+
+
+def blocks(out, head, item):
+    """Each `head` line of the output with the `item` lines that follow it, as fields:
+    [(head's fields, [each item's fields])]."""
+    found = []
+    for line in out.splitlines():
+        word = line.split(" ", 1)[0]
+        if word == head:
+            found.append((fields(line), []))
+        elif word == item and found:
+            found[-1][1].append(fields(line))
+    return found
+
+
+def dumps(out):
+    """Each `dump` step of the output: (caption, {control id: fields})."""
+    return [(d["caption"], {int(c["id"]): c for c in cs}) for d, cs in blocks(out, "DIALOG",
+                                                                                   "CONTROL")]
+
+
+def like(text, pattern):
+    """Whether `text` is `pattern`, or begins with it where the pattern ends in *."""
+    return text == pattern or pattern.endswith("*") and text.startswith(pattern[:-1])
+
+
+def missing_in_order(items, wanted, matches=like):
+    """The first of `wanted` that is not found among `items` in that order, or None."""
+    rest = iter(items)
+    return next((w for w in wanted if not any(matches(i, w) for i in rest)), None)

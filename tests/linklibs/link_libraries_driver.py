@@ -1,0 +1,57 @@
+#!/usr/bin/env python3
+"""Puts the emulated phone (tarnik-phone, phone-sim.conf) behind COM port 255, the last a
+profile can name, and runs the link library test program and then tarnik-at against it:
+natively, or under Wine with WINE-RUN. The program checks the phone's answers byte for
+byte; this driver checks that the phone heard each command line once, so nothing of the
+phone's own text came back to it through the port, and that tarnik-at, over the plug-in's
+AT exchange, got the stored listing.
+
+usage: link_libraries_driver.py NATIVE_BUILD_DIR BIN_DIR [WINE-RUN]
+"""
+import os
+import subprocess
+import sys
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "integration"))
+from wine_phone import PREFIX, phone_on_com  # noqa: E402
+
+PORT, MISSING, NOT_TERMINAL = 255, 253, 254
+HEARD = ["AT", "AT+CMGS=18", "AT+CMGS=9", "AT", 'AT+CPMS="SM"', "AT+CMGL=4"]
+
+
+def main():
+    native_dir, bin_dir, wine = sys.argv[1], sys.argv[2], sys.argv[3:]
+    exe = ".exe" if wine else ""
+    with open(os.path.join(HERE, "..", "integration", "phone-sim.conf")) as f:
+        config = f.read()
+    with phone_on_com(native_dir, config, PORT, wine=bool(wine)) as phone:
+        link = os.environ["TARNIK_COM%d" % PORT]
+        terminal_less = os.path.join(PREFIX, "dosdevices", "com%d" % NOT_TERMINAL)
+        if wine:
+            os.symlink("/dev/null", terminal_less)
+        env = dict(os.environ, TARNIK_COM254="/dev/null", TARNIK_TEST_COM_PORT=str(PORT),
+                   TARNIK_TEST_COM_MISSING=str(MISSING),
+                   TARNIK_TEST_COM_NOT_TERMINAL=str(NOT_TERMINAL),
+                   TARNIK_TEST_COM_NAME="COM%d" % PORT if wine else "COM%d (%s)" % (PORT, link))
+        try:
+            tests = subprocess.run(wine + [os.path.join(bin_dir, "tarnik-linklibs-tests" + exe)],
+                                   env=env, timeout=60).returncode
+            at = subprocess.run(wine + [os.path.join(bin_dir, "tarnik-at" + exe), "--com",
+                                        str(PORT), "AT", 'AT+CPMS="SM"', "AT+CMGL=4"],
+                                env=env, timeout=60, capture_output=True, text=True).stdout
+        finally:
+            if wine:
+                os.unlink(terminal_less)
+        heard = [l[3:] for l in phone.log() if l.startswith("RX ")]
+    failures = [what for what, bad in [
+        ("the phone heard %s" % heard, heard != HEARD),
+        ("tarnik-at said:\n" + at, at.count("result 1") != 3
+         or "+CMGL: 1,1,,46\\r\\n07918406010013F0040B918406214365F7" not in at
+         or "+CMGL: 2,0,,23\\r\\n" not in at)] if bad]
+    print("\n".join("FAIL: " + f for f in failures))
+    return 1 if tests or failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
