@@ -1,38 +1,44 @@
 #!/usr/bin/env python3
-"""Downloading end to end under Wine against the phone emulator: the test host uses the
-plug-in's menu entry, and a script plays the user on the archive page, its context menu,
-the profile chooser and the message boxes. The archive's records are checked field by field.
+"""Downloading end to end under Wine against the phone of phone-stored.conf, in one host
+session: the test host uses the plug-in's menu entry, and scripts play the user on the
+archive page, its context menu, the profile chooser and the message boxes, first with
+profiles of other transports alone, then with two of ours; the host unloads the plug-in
+with the page open. Checked is what the host gets: the menu, the boxes, the chooser's
+profiles, the page's layout, the rows and the archive's records field by field (the rows
+and records expected in tests/data/stored_messages.json). The worker's dialogues with
+phones that refuse, stay silent or drop the line are its unit tests' and line_faults'.
 
-usage: download_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR [CASE-NAME-PART]
+usage: download_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR
 """
-import os
 import sys
 import time
 
-import stored_messages
-from wine_phone import com_profile, lines_of, phone_on_com
+from wine_phone import HERE, blocks, com_profile, data_file, dumps, lines_of, phone_on_com
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
-only = sys.argv[3] if len(sys.argv) > 3 else ""
-HERE = os.path.dirname(os.path.abspath(__file__))
-PAGE = "Komunikacja z telefonem GSM"
-CHOOSER = "Ustawienia"
+PAGE = "expect Komunikacja z telefonem GSM"
 OTHER_TRANSPORT = "0F0E0D0C-0B0A-0908-0706-050403020100"
 OUR_TRANSPORT = "3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35"
 FIRST_TEXT = "Spotkanie jutro o 10:00 w biurze, sala 2."
-
-
-def config(name):
-    """A phone of the test: phone-stored.conf, or a variant's behaviour before its messages."""
-    text = ""
-    for part in [name, "phone-stored.conf"] if name != "phone-stored.conf" else [name]:
-        with open(os.path.join(HERE, part)) as f:
-            text += f.read() + "\n"
-    return text
-
-
-def script(*steps):
-    return "; ".join(steps)
+# The page with no profile of this transport (one differs from ours in letter case alone):
+# the full menu, the box instead of the chooser, saving an empty list shows only "Zapisano".
+ALONE = ["row-rclick below", "menu-dump", "menu-choose 1000", "expect Brak profilu", "dump",
+         "ok", PAGE, "rows", "row-rclick below", "menu-choose 1002", "expect Zapisano", "dump",
+         "ok", PAGE, "click 1"]
+# The chooser: this transport's profiles only, sorted, the first selected; Zeta (kind 3)
+# fails at once and the chooser comes back; Alfa downloads. The resize rules, 100 pixels
+# taller; then room below the rows, where a click shows no text. Everything saved, then row
+# 0 alone. Esc hides the page and the menu entry shows it again, contents kept, as does
+# the entry used while it is shown; after "Zamknij" the entry gives a fresh page, open
+# when the host unloads the plug-in.
+WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "select 2008 1",
+         "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump", "select 2008 0",
+         "click 1", PAGE, "rows", "layout", "grow 0 100", "layout", "grow 300 200",
+         "row-click 0", "wait-text 2011 " + FIRST_TEXT, "row-click below", "wait 500",
+         "key 2007 down", "wait 500", "layout", "row-rclick 0", "menu-choose 1001", "wait 300",
+         "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "select-rows 0",
+         "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "esc", "wait 500",
+         "menu", PAGE, "menu", "rows", "click 1", "wait 500", "menu", PAGE, "rows"]
 
 
 def expect(condition, what):
@@ -40,212 +46,89 @@ def expect(condition, what):
         raise AssertionError(what)
 
 
-def rows_of(out):
-    """Each `rows` step of the output: its ROW lines."""
-    blocks, current = [], None
-    for line in out.splitlines():
-        if line.startswith("LIST "):
-            current = []
-            blocks.append(current)
-        elif line.startswith("ROW ") and current is not None:
-            current.append(lines_of(line, "ROW")[0])
-    return blocks
+def ints(text):
+    return tuple(int(v) for v in text.split(","))
 
 
-def windows_of(out):
-    """Each `layout` step of the output: client size, dialog base units and
-    {id: (rect, text)} of its windows."""
-    blocks = []
-    for line in out.splitlines():
-        if line.startswith("LAYOUT "):
-            layout = lines_of(line, "LAYOUT")[0]
-            blocks.append(tuple(tuple(int(v) for v in layout[k].split(","))
-                                for k in ("client", "units")) + ({},))
-        elif line.startswith("WINDOW ") and blocks:
-            w = lines_of(line, "WINDOW")[0]
-            blocks[-1][2].setdefault(int(w["id"]), (tuple(int(v) for v in w["rect"].split(",")),
-                                                    w["text"]))
-    return blocks
+def local_epoch(stamp):
+    """Seconds since 1970 of the time stamp's fields read as local time, as the plug-in's
+    decoder reads them (the zone the centre wrote is not applied)."""
+    return int(time.mktime(tuple(stamp) + (0, 0, -1)))
 
 
-def dialog_units(units, x, y):
-    """Dialog units in pixels as Windows maps them (MulDiv rounds halves away from 0)."""
-    return (x * units[0] * 2 + 4) // 8, (y * units[1] * 2 + 8) // 16
+def check(out, started, ended):
+    expect(out.count("ARCHIVE-PAGE script=done") == 2, "both scripts ran to their end")
+    expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
+           "the page's window goes with the module")
+    expect(len(lines_of(out, "MENU-INVOKE")) == 5, "five uses of the menu entry")
+    menu = [(m.get("id"), m.get("text"), m.get("enabled", "1")) for m in lines_of(out, "MENU-ENTRY")]
+    expect(menu == [("1000", "Pobierz z telefonu...", "1"), (None, None, "1"),
+                    ("1001", "Zaznacz wszystko", "1"), (None, None, "1"),
+                    ("1002", "Zapisz zaznaczone do archiwum", "1")], menu)
 
+    no_profile, saved, chooser, failed = dumps(out)
+    texts = lambda dump: [c["text"] for c in dump[1].values()]  # noqa: E731
+    expect(no_profile[0] == "Brak profilu" and "Aby uzyć tej funkcji musisz miec ustawiony "
+           "przynajmniej jeden profil dla tego transportu GSM." in texts(no_profile), no_profile)
+    expect(saved[0] == "Zapisano" and "Operacja ukończona" in texts(saved), saved)
+    profiles = chooser[1][2008]
+    expect([profiles[k] for k in ("items", "selected", "item0", "item1")] ==
+           ["2", "0", "Alfa/1", "Zeta/0"], profiles)
+    expect([failed[1][i]["enabled"] for i in (1, 2, 2008, 2009)] == ["1"] * 4
+           and failed[1][2009]["text"] == "Zakończono.", failed)
 
-def check_rows(shown, expected):
-    expect(len(shown) == len(expected), "rows %d, expected %d" % (len(shown), len(expected)))
-    for i, (row, want) in enumerate(zip(shown, expected)):
-        got = (row["name"], row["number"], row["date"], row["text"])
-        expect(got == ("", want["number"], want["date"], want["text"]),
-               "row %d: %r, expected %r" % (i, got, want))
-
-
-def check_record(record, want, saved_between):
-    expect(record["size"] == "56" and record["reserved4"] == "0" and record["reserved36"] == "0"
-           and record["reserved"] == "0", record)
-    for key in ("text", "meta", "number"):
-        expect(record[key] == want[key], "%s %r, expected %r" % (key, record[key], want[key]))
-    expect(int(record["direction"]) == want["direction"], record)
-    if want["time"] is None:  # an outgoing message is filed when it is saved
-        expect(saved_between[0] <= int(record["time"]) <= saved_between[1], record)
-    else:
-        expect(int(record["time"]) == want["time"], "time %s, expected %d" % (record["time"], want["time"]))
-
-
-def download_steps():
-    return ["row-rclick below", "menu-choose 1000", "expect " + CHOOSER, "click 1"]
-
-
-def whole_download(phone):
-    """Every user-interface case of the page on one phone, in one host session."""
-    expected = stored_messages.expected_rows()
-    steps = [
-        # An empty list: the full menu; saving shows only "Zapisano".
-        "layout", "row-rclick below", "menu-dump", "menu-choose 1002", "expect Zapisano", "dump",
-        "ok", "expect " + PAGE,
-        # The chooser: this transport's profiles only, sorted, the first selected; Zeta
-        # (kind 3) fails at once and the chooser comes back; Alfa downloads.
-        "row-rclick below", "menu-choose 1000", "expect " + CHOOSER, "dump", "select 2008 1",
-        "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump", "select 2008 0", "click 1",
-        "expect " + PAGE, "rows",
-        # The resize rules, 100 pixels taller; then room below the rows for a click there.
-        "grow 0 100", "layout", "grow 300 200",
-        # Only a click on a row shows its text.
-        "row-click 0", "wait-text 2011 " + FIRST_TEXT, "row-click below", "wait 500",
-        "key 2007 down", "wait 500", "layout",
-        # Select everything and save; then row 0 alone once more.
-        "row-rclick 0", "menu-choose 1001", "wait 300", "row-rclick 0", "menu-choose 1002",
-        "expect Zapisano", "ok", "expect " + PAGE, "select-rows 0", "row-rclick 0",
-        "menu-choose 1002", "expect Zapisano", "ok", "expect " + PAGE,
-        # Esc hides the page and the menu entry shows it again, contents kept; so does the
-        # entry used while it is shown. After "Zamknij" the entry gives a fresh page.
-        "esc", "wait 500", "menu", "expect " + PAGE, "menu", "rows", "click 1", "wait 500", "menu",
-        "expect " + PAGE, "rows", "click 1",
-    ]
-    profiles = ["add-profile", "Zeta", com_profile(phone.port, kind=3),
-                "add-profile", "Obcy", com_profile(phone.port), OTHER_TRANSPORT,
-                "add-profile", "Prawie", com_profile(phone.port), OUR_TRANSPORT.lower(),
-                "add-profile", "Alfa", com_profile(phone.port)]
-    started = int(time.time())
-    out, errors, seconds = phone.host(bin_dir, "load", *profiles, "archive-page", script(*steps),
-                                      "archive", "unload")
-    ended = int(time.time()) + 1
-    expect("ARCHIVE-PAGE script=done" in out, errors[-1500:])
-
-    menu = lines_of(out, "MENU-ENTRY")
-    expect([(m.get("id"), m.get("text"), m.get("separator")) for m in menu] ==
-           [("1000", "Pobierz z telefonu...", None), (None, None, "1"),
-            ("1001", "Zaznacz wszystko", None), (None, None, "1"),
-            ("1002", "Zapisz zaznaczone do archiwum", None)], menu)
-    expect(all(m.get("enabled", "1") == "1" for m in menu), "every item enabled")
-
-    dialogs = lines_of(out, "DIALOG")
-    controls = lines_of(out, "CONTROL")
-    expect(dialogs[0]["caption"] == "Zapisano", dialogs)
-    expect(any(c["text"] == "Operacja ukończona" for c in controls), "the saved box's text")
-    chooser = [c for c in controls if c["id"] == "2008"]
-    expect(chooser[0]["items"] == "2" and chooser[0]["selected"] == "0"
-           and chooser[0]["item0"] == "Alfa/1" and chooser[0]["item1"] == "Zeta/0", chooser[0])
-    after_failure = [c for c in controls[-9:] if c["id"] in ("1", "2", "2008", "2009")]
-    expect([c["enabled"] for c in after_failure] == ["1", "1", "1", "1"]
-           and any(c["text"] == "Zakończono." for c in after_failure), after_failure)
-
-    shown = rows_of(out)
-    expect(len(shown) == 3, "three row dumps")
-    check_rows(shown[0], expected)
-    check_rows(shown[1], expected)  # hidden and shown again, and the entry used twice
-    expect(shown[2] == [], "a fresh page after Zamknij has an empty list")
-    expect(len(lines_of(out, "MENU-INVOKE")) == 4, "four uses of the menu entry")
+    expected = data_file("stored_messages.json")
+    shown = [[(r["name"], r["number"], r["date"], r["text"]) for r in rows]
+             for _, rows in blocks(out, "LIST", "ROW")]
+    want = [("", r["number"], r["date"], r["text"]) for r in expected]
+    expect(shown == [[], want, want, []], "rows: nothing before a profile, the phone's, the "
+           "same after the page was hidden and shown, none on a fresh page: %r" % shown)
 
     # Pixels follow the fonts Wine finds: the page's first size is its template's 316 x 240
     # dialog units in this machine's base units, and the rules are stated as changes.
-    layouts = windows_of(out)
-    (w0, h0), units, before = layouts[0]
-    (w1, h1), _, after = layouts[1]
-    expect((w0, h0) == dialog_units(units, 316, 240), ((w0, h0), units))
+    layouts = [(ints(l["client"]), ints(l["units"]),
+                {int(w["id"]): (ints(w["rect"]), w["text"]) for w in reversed(ws)})
+               for l, ws in blocks(out, "LAYOUT", "WINDOW")]
+    ((w0, h0), (ux, uy), before), ((w1, h1), _, after) = layouts[:2]
+    expect((w0, h0) == ((316 * ux * 2 + 4) // 8, (240 * uy * 2 + 8) // 16), layouts[0][:2])
     expect((w1, h1) == (w0, h0 + 100), ((w0, h0), (w1, h1)))
-    list0, list1 = before[2007][0], after[2007][0]
-    text0, text1 = before[2011][0], after[2011][0]
-    expect(list1[3] == list0[3] + 100 and list1[:3] == list0[:3], (list0, list1))
-    expect(text1[1] == text0[1] + 100 and text1[3] == text0[3] == 120 and text1[2] == list1[2],
-           (text0, text1))
-    expect(text1[1] - list1[1] == list1[3] + 10, "the text box 10 pixels below the list")
-    close, page = after[1][0], after[0][0]  # id 0: the download page, the first child
+    (list0, _), (list1, _) = before[2007], after[2007]
+    (text0, _), (text1, _) = before[2011], after[2011]
+    expect(list1 == list0[:3] + (list0[3] + 100,), (list0, list1))
+    expect(text1 == (text0[0], text0[1] + 100, list1[2], 120) and text0[3] == 120
+           and text1[1] - list1[1] == list1[3] + 10, "the text box 10 pixels below the list")
+    page, close = after[0][0], after[1][0]  # id 0: the download page, the first child
     expect(close == (page[0], h1 - 39, 80, 26), (close, page))
     expect(layouts[2][2][2011][1] == FIRST_TEXT, "the text box keeps the clicked row's text")
 
     records = lines_of(out, "ARCHIVE-RECORD")
-    wanted = [r["archive"] for r in expected] + [expected[0]["archive"]]
-    expect(len(records) == len(wanted), "%d records, expected %d" % (len(records), len(wanted)))
-    for record, want in zip(records, wanted):
-        check_record(record, want, (started, ended))
-    return seconds
+    expect(len(records) == len(expected) + 1, "%d records" % len(records))
+    for record, row in zip(records, expected + expected[:1]):
+        a = row["archive"]
+        got = [record[k] for k in ("size", "reserved4", "reserved36", "reserved", "text", "meta",
+                                   "number", "direction")]
+        expect(got == ["56", "0", "0", "0", row["text"], a["meta"], a["number"],
+                       str(a["direction"])], (got, row))
+        moment = int(record["time"])  # an outgoing message is filed when it is saved
+        expect(started <= moment <= ended if a["stamp"] is None
+               else moment == local_epoch(a["stamp"]), (record["time"], a["stamp"]))
 
 
-def disconnect(phone):
-    """The link drops halfway through the listing: the half that came gives no row."""
-    steps = download_steps() + ["expect " + PAGE, "rows", "click 1"]
-    out, errors, seconds = phone.host(bin_dir, "load", "add-profile", "Alfa",
-                                      com_profile(phone.port), "archive-page", script(*steps),
-                                      "unload")
-    expect("ARCHIVE-PAGE script=done" in out, errors[-1500:])
-    check_rows(rows_of(out)[-1], [])
-    sent = [l.split(" ", 1)[1] for l in phone.log() if l.startswith("RX ")]
-    expect([c for c in sent if c.startswith("AT+CPMS") or c == "AT+CMGL=4"] ==
-           ['AT+CPMS="MT"', "AT+CMGL=4"], sent)
-    return seconds
-
-
-def no_profile(phone):
-    """Only profiles of other transports (one differs from ours in letter case alone)."""
-    steps = ["row-rclick below", "menu-choose 1000", "expect Brak profilu", "dump", "ok",
-             "expect " + PAGE, "rows", "click 1"]
+with open(HERE + "/phone-stored.conf") as f:
+    config = f.read()
+with phone_on_com(native_dir, config) as phone:
+    started = int(time.time())
     out, errors, seconds = phone.host(
         bin_dir, "load", "add-profile", "Obcy", com_profile(phone.port), OTHER_TRANSPORT,
         "add-profile", "Prawie", com_profile(phone.port), OUR_TRANSPORT.lower(),
-        "archive-page", script(*steps), "unload")
-    expect("ARCHIVE-PAGE script=done" in out, errors[-1500:])
-    texts = [c["text"] for c in lines_of(out, "CONTROL")]
-    expect("Aby uzyć tej funkcji musisz miec ustawiony przynajmniej jeden profil dla tego "
-           "transportu GSM." in texts, texts)
-    expect(rows_of(out)[-1] == [] and not any(l.startswith("RX ") for l in phone.log()),
-           "nothing downloaded")
-    return seconds
-
-
-def open_at_unload(phone):
-    """The host unloads the plug-in while the page is open with a downloaded list: the
-    page's window must be gone, since its code leaves with the module."""
-    steps = download_steps() + ["expect " + PAGE, "rows"]
-    out, errors, seconds = phone.host(bin_dir, "load", "add-profile", "Alfa",
-                                      com_profile(phone.port), "archive-page", script(*steps),
-                                      "unload", "free", "info")
-    expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
-           out[-800:] + errors[-800:])
-    check_rows(rows_of(out)[-1], stored_messages.expected_rows())
-    return seconds
-
-
-# The worker's dialogues with phones that refuse or stay silent are its unit tests'; here
-# only what the real port and the windows add.
-CASES = [
-    ("the whole page", "phone-stored.conf", whole_download),
-    ("page open at unload", "phone-stored.conf", open_at_unload),
-    ("no profile of this transport", "phone-stored.conf", no_profile),
-    ("disconnect while listing", "phone-stored-disconnect.conf", disconnect),
-]
-
-failed = 0
-for name, conf, case in CASES:
-    if only not in name:
-        continue
-    with phone_on_com(native_dir, config(conf)) as phone:
-        try:
-            seconds = case(phone)
-            print("ok   %s (%.1f s)" % (name, seconds))
-        except AssertionError as e:
-            failed += 1
-            print("FAIL %s: %s" % (name, e))
-            print("phone:", "\n".join(phone.log()[-12:]))
-sys.exit(1 if failed else 0)
+        "archive-page", "; ".join(ALONE), "add-profile", "Zeta", com_profile(phone.port, kind=3),
+        "add-profile", "Alfa", com_profile(phone.port), "archive-page", "; ".join(WHOLE),
+        "archive", "unload", "free", "info")
+    try:
+        check(out, started, int(time.time()) + 1)
+    except AssertionError as e:
+        print("FAIL: %s" % e)
+        print("\n".join(out.splitlines()[-40:]), "\nstderr:", errors[-1500:])
+        print("phone:", "\n".join(phone.log()[-12:]))
+        sys.exit(1)
+print("ok   the archive page end to end (%.1f s)" % seconds)

@@ -1,12 +1,12 @@
 """Sending through the plug-in as the host runs it: tarnik-host loads the plug-in under Wine
 and sends through a stored COM profile whose port is a dosdevices link to tarnik-phone's pty,
-so the real linkcom.mdl carries the bytes. Shared by the end-to-end test and the send
-measurement."""
+so the real linkcom.mdl carries the bytes. Shared by the end-to-end tests and the send
+measurements."""
 import json
 import os
 import subprocess
 
-from wine_phone import com_profile, phone_on_com
+from wine_phone import com_profile, lines_of, phone_on_com
 
 
 class Outcome:
@@ -14,15 +14,10 @@ class Outcome:
 
     def __init__(self, out, errors, phone_log, decoded, elapsed):
         self.out, self.errors, self.phone_log, self.decoded = out, errors, phone_log, decoded
-        lines = out.splitlines()
-        self.lines = [l.split("text=", 1)[1].strip().strip('"') for l in lines
-                      if l.startswith("SEND-LINE")]
-        self.states = [int(l.rsplit("state=", 1)[1]) for l in lines
-                       if l.startswith("SEND-RECIPIENT")]
-        results = [l for l in lines if l.startswith("SEND ->")]
-        self.result = results[0] if results else ""
-        times = [int(l.split("ms=", 1)[1]) for l in lines if l.startswith("SEND-TIME")]
-        self.send_ms = times[0] if times else None
+        self.lines = [l["text"] for l in lines_of(out, "SEND-LINE")]
+        self.states = [int(l["state"]) for l in lines_of(out, "SEND-RECIPIENT")]
+        self.result = next((l for l in out.splitlines() if l.startswith("SEND ->")), "")
+        self.send_ms = next((int(t["ms"]) for t in lines_of(out, "SEND-TIME")), None)
         self.elapsed = elapsed
 
 
@@ -30,7 +25,6 @@ def send(bin_dir, native_dir, config, recipients, text, report, configure=None):
     """Starts a phone with `config`, sends `text` and returns the Outcome. With
     `configure`, the profile starts empty and that settings script (PORT stands for the
     phone's COM port number) sets it up in the dialog first, as a user would."""
-    pdu_tool = os.path.join(native_dir, "tools", "tarnik-pdu")
     with phone_on_com(native_dir, config) as phone:
         steps = ["add-profile", "Telefon", com_profile(phone.port, report)]
         if configure is not None:
@@ -40,8 +34,7 @@ def send(bin_dir, native_dir, config, recipients, text, report, configure=None):
                                           *recipients, "unload")
         phone_log = phone.log()
     pdus = [l.split(" ", 1)[1] for l in phone_log if l.startswith("PDU ")]
-    decoded = []
-    if pdus:
-        decoded = [json.loads(l) for l in subprocess.run(
-            [pdu_tool, "decode", *pdus], capture_output=True, text=True).stdout.splitlines()]
+    decoded = [json.loads(l) for l in subprocess.run(
+        [os.path.join(native_dir, "tools", "tarnik-pdu"), "decode", *pdus],
+        capture_output=True, text=True).stdout.splitlines()] if pdus else []
     return Outcome(out, errors, phone_log, decoded, elapsed)
