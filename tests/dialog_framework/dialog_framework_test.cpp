@@ -75,6 +75,9 @@ private:
 void Post(TestDialog& d, UINT message, WPARAM w = 0, LPARAM l = 0) {
     PostMessageW(d.hwnd(), message, w, l);
 }
+void Click(TestDialog& d, int button) {
+    PostMessageW(GetDlgItem(d.hwnd(), button), BM_CLICK, 0, 0);
+}
 
 // One run plays every step of the plain dialog: the template's init data in the lists and
 // the members loaded into the controls before OnInitDialog's script runs, the message
@@ -95,7 +98,7 @@ TEST(DialogFramework, InitDataMessageMapAndDataExchange) {
         EXPECT_STREQ(text, L"zażółć");
 
         answer = SendMessageW(dialog, WM_USER + 7, 1, 2);
-        PostMessageW(GetDlgItem(dialog, 14), BM_CLICK, 0, 0);
+        Click(self, 14);
         self.combo.SetCurSel(1);
         const auto combo = reinterpret_cast<LPARAM>(self.combo.hwnd());
         Post(self, WM_COMMAND, MAKEWPARAM(10, CBN_SELENDOK), combo);
@@ -103,7 +106,7 @@ TEST(DialogFramework, InitDataMessageMapAndDataExchange) {
         Post(self, WM_USER + 7, 3, 4);
         SendDlgItemMessageW(dialog, 12, BM_SETCHECK, BST_UNCHECKED, 0);
         SetDlgItemTextW(dialog, 13, L"gęślą");
-        PostMessageW(GetDlgItem(dialog, IDOK), BM_CLICK, 0, 0);
+        Click(self, IDOK);
     };
     EXPECT_EQ(d.DoModal(), IDOK);
     EXPECT_EQ(answer, 42);
@@ -215,23 +218,15 @@ TEST(DialogFramework, WaysOut) {
         bool throwing;
         INT_PTR result;
     } cases[] = {
-        {"OK button",
-         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0); }, false,
-         IDOK},
-        {"Cancel button",
-         [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), IDCANCEL), BM_CLICK, 0, 0); }, false,
-         IDCANCEL},
+        {"OK button", [](TestDialog& s) { Click(s, IDOK); }, false, IDOK},
+        {"Cancel button", [](TestDialog& s) { Click(s, IDCANCEL); }, false, IDCANCEL},
         {"Esc",
          [](TestDialog& s) { PostMessageW(GetDlgItem(s.hwnd(), 14), WM_KEYDOWN, VK_ESCAPE, 0); },
          false, IDCANCEL},
         {"close box", [](TestDialog& s) { Post(s, WM_SYSCOMMAND, SC_CLOSE); }, false, IDCANCEL},
         {"failed initialisation", nullptr, true, IDCANCEL},
-        {"failed command, then OK",
-         [](TestDialog& s) {
-             PostMessageW(GetDlgItem(s.hwnd(), 14), BM_CLICK, 0, 0);
-             PostMessageW(GetDlgItem(s.hwnd(), IDOK), BM_CLICK, 0, 0);
-         },
-         true, IDOK},
+        {"failed command, then OK", [](TestDialog& s) { Click(s, 14), Click(s, IDOK); }, true,
+         IDOK},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -7,6 +7,7 @@
 #include <commctrl.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "dialog_framework/module_state.h"
@@ -101,15 +102,7 @@ TEST(ModuleState, GuardRestoresTheCallersModulePerThread) {
     // Another thread keeps its own state.
     dlg::ModuleStateGuard here(kernel, INVALID_HANDLE_VALUE);
     HINSTANCE seen = nullptr;
-    HANDLE thread = CreateThread(
-        nullptr, 0,
-        [](void* out) -> DWORD {
-            *static_cast<HINSTANCE*>(out) = dlg::CurrentResourceModule();
-            return 0;
-        },
-        &seen, 0, nullptr);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
+    std::thread([&seen] { seen = dlg::CurrentResourceModule(); }).join();
     EXPECT_EQ(seen, exe);
 }
 
