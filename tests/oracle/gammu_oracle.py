@@ -183,8 +183,12 @@ def random_dcs(rng):
     return alphabet << 2 | with_class, alphabet
 
 
-VALIDITY = [lambda rng: b"", lambda rng: bytes([rng.choice([1, 2, 3, 0x41])]) +
-            random_bytes(rng, 6), lambda rng: random_bytes(rng, 1), lambda rng: random_time(rng)[1]]
+# Validity periods by TP-VPF: none, enhanced (a functionality octet and six more), relative,
+# absolute.
+VALIDITY = [lambda rng: b"",
+            lambda rng: bytes([rng.choice([1, 2, 3, 0x41])]) + random_bytes(rng, 6),
+            lambda rng: random_bytes(rng, 1),
+            lambda rng: random_time(rng)[1]]
 STATUSES = [0x00, 0x01, 0x02, 0x20, 0x21, 0x25, 0x40, 0x46, 0x49, 0x60, 0x65]
 
 

@@ -44,7 +44,11 @@ class Phone:
     def stop(self):
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
-            self.process.wait(timeout=5)
+            try:
+                self.process.wait(timeout=5)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
         return self.process.returncode
 
     def close(self):
@@ -79,7 +83,9 @@ class Client:
         return data
 
     def close(self):
-        os.close(self.fd)
+        if self.fd >= 0:
+            os.close(self.fd)
+            self.fd = -1
 
 
 def unescape(text):
@@ -122,13 +128,14 @@ class TranscriptTest(unittest.TestCase):
                     with self.assertRaisesRegex(RuntimeError, re.escape(steps[0][1])):
                         Phone("\n".join(config) + "\n").close()
                     continue
-                self.phone = Phone("\n".join(config) + "\n")
-                self.client = Client(self.phone.link)
+                self.phone, self.client = Phone("\n".join(config) + "\n"), None
                 try:
+                    self.client = Client(self.phone.link)
                     self.walk(steps)
                 finally:
-                    self.client.close()
                     self.phone.close()
+                    if self.client:
+                        self.client.close()
 
     def walk(self, steps):
         logged = -1  # the log line the last "log" step found
