@@ -87,7 +87,7 @@ def phone_on_com(native_dir, config, port=None, wine=True):
                 os.unlink(comlink)
 
 
-FIELD = re.compile(r'(\w+)=("(?:[^"\\]|\\.)*"\S*|\S*)')
+FIELD = re.compile(r'([\w*]+)=("(?:[^"\\]|\\.)*"\S*|\S*)')
 
 
 def fields(line):
