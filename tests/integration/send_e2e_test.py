@@ -23,7 +23,8 @@ def check(case, o):
     for number in case["recipients"]:
         mine = [d for d in o.decoded if number.endswith(d["address"]["number"])]
         if len({d["concatRef"] for d in mine}) != 1 or "".join(d["text"] for d in mine) != case["text"]:
-            raise AssertionError("the parts to %s: %r" % (number, mine))
+            raise AssertionError("the parts to %s: %r" % (
+                number, [(d["concatRef"], d["text"]) for d in mine]))
     heard = [l[3:] for l in o.phone_log if l.startswith("RX ")]
     for key, got in (("lines", o.lines), ("heard", heard)):
         missing = missing_in_order(got, case.get(key, []))
