@@ -8,10 +8,12 @@
 
 #include <windows.h>
 
-#include <cstdio>
 #include <map>
 #include <new>
+#include <optional>
 #include <string>
+
+#include "host/files/files.h"
 
 namespace hrx {
 
@@ -72,31 +74,14 @@ void LoadTranslations() {
     if (length == 0 || length >= MAX_PATH * 4) {
         return;
     }
-    FILE* file = _wfopen(path, L"rb");
-    if (file == nullptr) {
+    std::optional<std::string> content = tarnik::host::ReadWholeFile(path);
+    if (!content) {
         return;  // no translation: every text keeps its default
     }
-    std::string content;
-    char chunk[4096];
-    size_t got = 0;
-    while ((got = fread(chunk, 1, sizeof chunk, file)) > 0) {
-        content.append(chunk, got);
+    if (content->compare(0, 3, "\xEF\xBB\xBF") == 0) {
+        content->erase(0, 3);
     }
-    fclose(file);
-    if (content.compare(0, 3, "\xEF\xBB\xBF") == 0) {
-        content.erase(0, 3);
-    }
-    size_t start = 0;
-    while (start < content.size()) {
-        size_t end = content.find('\n', start);
-        if (end == std::string::npos) {
-            end = content.size();
-        }
-        std::string line = content.substr(start, end - start);
-        start = end + 1;
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
+    for (const std::string& line : tarnik::host::SplitLines(*content)) {
         if (line.empty() || line[0] == '#') {
             continue;
         }

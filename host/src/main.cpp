@@ -10,8 +10,8 @@
 
 #include "commands.h"
 #include "dialog_driver.h"
-#include "files.h"
 #include "host.h"
+#include "host/files/files.h"
 #include "services.h"
 #include "text.h"
 

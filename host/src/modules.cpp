@@ -1,6 +1,6 @@
 #include "modules.h"
 
-#include "files.h"
+#include "host/files/files.h"
 #include "output.h"
 #include "text.h"
 

@@ -9,8 +9,8 @@
 #include <initializer_list>
 #include <iterator>
 
-#include "files.h"
 #include "host.h"
+#include "host/files/files.h"
 #include "text.h"
 
 namespace tarnik::host {

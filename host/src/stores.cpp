@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <type_traits>
 
-#include "files.h"
+#include "host/files/files.h"
 #include "hrx/hrxutil.h"
 #include "output.h"
 #include "text.h"

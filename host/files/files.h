@@ -1,5 +1,6 @@
-// File helpers of the data folder: UTF-8 text files written whole or a line at a time, their
-// folders created on first write.
+// File helpers of the host's data folder, shared by the core library (its translations) and
+// the host program: UTF-8 text files written whole or a line at a time, their folders created
+// on first write.
 #pragma once
 
 #include <optional>

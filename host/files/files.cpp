@@ -1,4 +1,4 @@
-#include "files.h"
+#include "host/files/files.h"
 
 #include <windows.h>
 
@@ -21,17 +21,25 @@ bool EnsureDirectory(const std::wstring& path) {
     return CreateDirectoryW(path.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS;
 }
 
-bool AppendUtf8Line(const std::wstring& path, const std::string& line) {
+namespace {
+
+// Creates the file's folder first; mode "wb" replaces the file, "ab" adds to its end.
+bool WriteToFile(const std::wstring& path, const wchar_t* mode, const std::string& content) {
     if (!EnsureDirectory(DirectoryOf(path))) {
         return false;
     }
-    FILE* file = _wfopen(path.c_str(), L"ab");
+    FILE* file = _wfopen(path.c_str(), mode);
     if (file == nullptr) {
         return false;
     }
-    const std::string out = line + "\n";
-    const bool written = std::fwrite(out.data(), 1, out.size(), file) == out.size();
+    const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
     return std::fclose(file) == 0 && written;
+}
+
+}  // namespace
+
+bool AppendUtf8Line(const std::wstring& path, const std::string& line) {
+    return WriteToFile(path, L"ab", line + "\n");
 }
 
 std::optional<std::string> ReadWholeFile(const std::wstring& path) {
@@ -50,15 +58,7 @@ std::optional<std::string> ReadWholeFile(const std::wstring& path) {
 }
 
 bool WriteWholeFile(const std::wstring& path, const std::string& content) {
-    if (!EnsureDirectory(DirectoryOf(path))) {
-        return false;
-    }
-    FILE* file = _wfopen(path.c_str(), L"wb");
-    if (file == nullptr) {
-        return false;
-    }
-    const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
-    return std::fclose(file) == 0 && written;
+    return WriteToFile(path, L"wb", content);
 }
 
 std::vector<std::string> SplitLines(const std::string& content) {
