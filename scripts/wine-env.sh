@@ -30,7 +30,16 @@ fi
 # leader without a terminal, so the phone emulator's pty would become its controlling
 # terminal, and the phone hanging up would make it dump its state and quit. A server run in
 # the foreground of our own session is no session leader and never takes a terminal.
-tarnik_wineserver_pid=$(pgrep -u "$(id -u)" -f '^[^ ]*wineserver' | head -n 1 || true)
+# Only this prefix's server counts: its working folder is named after the prefix's device
+# and inode, and servers of other prefixes (a second checkout's tests) are left alone.
+tarnik_server_dir=$(printf 'server-%s-%x' "$(stat -c %D "$WINEPREFIX")" "$(stat -c %i "$WINEPREFIX")")
+tarnik_wineserver_pid=
+for tarnik_pid in $(pgrep -u "$(id -u)" -f '^[^ ]*wineserver' || true); do
+    if [ "$(basename "$(readlink "/proc/$tarnik_pid/cwd" 2>/dev/null)")" = "$tarnik_server_dir" ]; then
+        tarnik_wineserver_pid=$tarnik_pid
+        break
+    fi
+done
 if [ -n "$tarnik_wineserver_pid" ] &&
     [ "$(ps -o sid= -p "$tarnik_wineserver_pid" | tr -d ' ')" = "$tarnik_wineserver_pid" ]; then
     wineserver -k 2>/dev/null || true
@@ -50,4 +59,4 @@ if [ -z "$tarnik_wineserver_pid" ]; then
         wine cmd /c exit
     )
 fi
-unset tarnik_wineserver_pid
+unset tarnik_wineserver_pid tarnik_server_dir tarnik_pid

@@ -23,6 +23,14 @@ def windows_path(path):
     return "Z:" + os.path.abspath(path).replace("/", "\\")
 
 
+def ensure_prefix():
+    """Lets Wine make the prefix before we put a link into it: a prefix folder that exists
+    without Wine's files (a dosdevices folder of ours alone) is never set up."""
+    if not os.path.exists(os.path.join(PREFIX, "system.reg")):
+        subprocess.run([WINE_RUN, "cmd", "/c", "exit"], stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+
+
 def data_file(name):
     """A JSON file of tests/data, its lines that start with # left out."""
     with open(os.path.join(ROOT, "tests", "data", name), encoding="utf-8") as f:
@@ -75,6 +83,7 @@ def phone_on_com(native_dir, config, port=None, wine=True):
                     break
                 time.sleep(0.1)
             if wine:
+                ensure_prefix()
                 os.makedirs(os.path.dirname(comlink), exist_ok=True)
                 if os.path.lexists(comlink):
                     os.unlink(comlink)
