@@ -1,9 +1,12 @@
 #!/usr/bin/env python3
-"""Counts non-blank, non-comment lines of the tracked sources: files under tests/ and fuzz/
-are tests (seed corpora left out), everything else is code. Prints both per top folder and
-the ratio of tests to code; the last line is the overall ratio.
+"""Counts non-blank, non-comment lines of the tracked sources in three parts: the product
+(what ships in tarnik.dll and the Windows link libraries), the apparatus that exists to
+build, run and test it (host stand-in, emulator, native link libraries, benchmarks, tools,
+scripts), and the tests (tests/ and fuzz/, seed corpora left out). Prints the three per top
+folder; the last line gives the totals and the ratio of tests to the product and to the
+product with its apparatus.
 
-usage: scripts/code-size.py [--verbose]
+usage: scripts/code-size.py
 """
 import os
 import subprocess
@@ -39,27 +42,45 @@ def counted_lines(path):
     return count
 
 
+PRODUCT_FOLDERS = ("plugin", "ui", "send", "download", "link", "pdu", "text",
+                   "dialog_framework", "res")
+TEST_FOLDERS = ("tests", "fuzz")
+
+
+def part_of(name):
+    """'product', 'apparatus' or 'tests' for a tracked path."""
+    top = name.split("/")[0] if "/" in name else "."
+    if top in TEST_FOLDERS:
+        return "tests"
+    if top in PRODUCT_FOLDERS:
+        return "product"
+    # The Windows link libraries ship beside the plug-in; their native twins serve the tests.
+    if top == "linklibs" and ("_win32." in name or "/winsock_link." in name):
+        return "product"
+    return "apparatus"
+
+
 def main():
     root = subprocess.run(["git", "rev-parse", "--show-toplevel"], capture_output=True, text=True,
                           check=True).stdout.strip()
     files = subprocess.run(["git", "ls-files"], cwd=root, capture_output=True, text=True,
                            check=True).stdout.split()
+    parts = ("product", "apparatus", "tests")
     per_folder = {}
     for name in files:
         if not name.endswith(SOURCE_SUFFIXES) or "/corpus/" in name:
             continue
         top = name.split("/")[0] if "/" in name else "."
-        is_test = top in ("tests", "fuzz")
-        n = counted_lines(os.path.join(root, name))
-        code, test = per_folder.get(top, (0, 0))
-        per_folder[top] = (code, test + n) if is_test else (code + n, test)
-    total_code = sum(c for c, _ in per_folder.values())
-    total_test = sum(t for _, t in per_folder.values())
-    print("%-20s %8s %8s" % ("folder", "code", "tests"))
+        counts = per_folder.setdefault(top, dict.fromkeys(parts, 0))
+        counts[part_of(name)] += counted_lines(os.path.join(root, name))
+    total = {p: sum(c[p] for c in per_folder.values()) for p in parts}
+    print("%-20s %9s %9s %9s" % ("folder", *parts))
     for top in sorted(per_folder):
-        code, test = per_folder[top]
-        print("%-20s %8d %8d" % (top, code, test))
-    print("tests %d, code %d, ratio %.2f" % (total_test, total_code, total_test / max(total_code, 1)))
+        print("%-20s %9d %9d %9d" % (top, *(per_folder[top][p] for p in parts)))
+    product, apparatus, tests = (total[p] for p in parts)
+    print("product %d, apparatus %d, tests %d; tests/product %.2f, tests/(product+apparatus) %.2f"
+          % (product, apparatus, tests, tests / max(product, 1),
+             tests / max(product + apparatus, 1)))
 
 
 if __name__ == "__main__":

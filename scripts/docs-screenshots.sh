@@ -94,7 +94,9 @@ shoot_with_popups() {  # $1: file name in docs/
 
 # The archive page: the chooser while a download runs (a phone slow enough to watch), the
 # page with the downloaded messages and a clicked one, and the list's context menu.
-kill "$phone_pid" 2>/dev/null && wait "$phone_pid" 2>/dev/null || true
+if kill "$phone_pid" 2>/dev/null; then
+    wait "$phone_pid" 2>/dev/null || true
+fi
 { echo "byte_delay_us = 1500"; cat tests/integration/phone-stored.conf; } >"$work/slow.conf"
 "$native"/phone/tarnik-phone --link "$work/phone" --config "$work/slow.conf" \
     --log "$work/phone-slow.log" &

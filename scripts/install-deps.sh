@@ -1,23 +1,16 @@
 #!/usr/bin/env bash
-# Installs what building and testing need on a fresh Debian machine (run as root).
-# Usage: install-deps.sh [main|all]   main: native build only; all: also MinGW, Wine,
-# clang/libFuzzer, benchmarks and the gammu oracle.
+# Installs what building and testing need on a fresh Debian machine (run as root): the
+# native and MinGW toolchains, Wine, clang's libFuzzer, benchmarks, the gammu oracle, a
+# virtual display and the format and lint tools of the test command.
 set -euo pipefail
-set_name=${1:-all}
 
-main_packages=(cmake ninja-build g++ python3 libgtest-dev libgmock-dev googletest)
-all_packages=("${main_packages[@]}"
+wanted=(cmake ninja-build g++ python3 libgtest-dev googletest
     g++-mingw-w64-x86-64 wine64 wine
     clang libclang-rt-14-dev
     libbenchmark-dev libgammu-dev gammu python3-gammu pkg-config
     xvfb xauth x11-apps x11-utils imagemagick locales
-    fonts-wine fonts-dejavu-core)
-
-case "$set_name" in
-    main) wanted=("${main_packages[@]}") ;;
-    all) wanted=("${all_packages[@]}") ;;
-    *) echo "usage: $0 [main|all]" >&2; exit 2 ;;
-esac
+    fonts-wine fonts-dejavu-core
+    clang-format shellcheck flake8)
 
 missing=()
 for p in "${wanted[@]}"; do
@@ -37,7 +30,7 @@ fi
 # Wine gives them DejaVu Sans instead. Wine finds fonts through fontconfig but does not look
 # in fonts-wine's folder itself (the caption buttons then show "0 1 r"), so name the folder.
 wine_fonts_conf=/etc/fonts/conf.d/60-tarnik-wine-fonts.conf
-if [ "$set_name" = all ] && [ ! -f "$wine_fonts_conf" ]; then
+if [ ! -f "$wine_fonts_conf" ]; then
     $SUDO mkdir -p "$(dirname "$wine_fonts_conf")"
     $SUDO tee "$wine_fonts_conf" >/dev/null <<'EOF'
 <?xml version="1.0"?>
@@ -51,6 +44,6 @@ fi
 
 # Under Wine the Polish locale gives our users' code page (1250); generated, it also lets
 # Polish text pass on Wine programs' command lines.
-if [ "$set_name" = all ] && ! locale -a 2>/dev/null | grep -qi '^pl_PL\.utf-\?8$'; then
+if ! locale -a 2>/dev/null | grep -qi '^pl_PL\.utf-\?8$'; then
     $SUDO localedef -i pl_PL -f UTF-8 pl_PL.UTF-8
 fi

@@ -6,7 +6,7 @@
 # sees, what the phone received, decoded, the downloaded list and the archive's records.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh all
+scripts/install-deps.sh
 cmake --preset native >/dev/null
 cmake --build --preset native --target tarnik-phone tarnik-pdu >/dev/null
 cmake --preset windows >/dev/null

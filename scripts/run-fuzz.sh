@@ -35,7 +35,7 @@ failed=()
 for target in fuzz_decode_pdu fuzz_cmgl_listing fuzz_join; do
     work="$run_dir/$target/corpus"
     artifacts="$run_dir/$target/artifacts"
-    rm -rf "$run_dir/$target"
+    rm -rf "${run_dir:?}/$target"
     mkdir -p "$work" "$artifacts"
     cp "$root/fuzz/corpus/$target/"* "$work/"
 

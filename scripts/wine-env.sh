@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by scripts that run Windows programs under Wine: a quiet, private prefix and no
 # Mono or Gecko installers. Tests that need our users' Polish ANSI code page (1250) set
 # LC_ALL=pl_PL.UTF-8 for the Wine process alone.
@@ -16,7 +17,7 @@ if [ -z "${DISPLAY:-}" ] && command -v Xvfb >/dev/null; then
     export DISPLAY=:77
     if ! pgrep -u "$(id -u)" -f '^Xvfb :77( |$)' >/dev/null; then
         (
-            for fd in /proc/$BASHPID/fd/*; do
+            for fd in /proc/"$BASHPID"/fd/*; do
                 fd=${fd##*/}
                 [ "$fd" -gt 2 ] && eval "exec $fd>&-"
             done
@@ -50,7 +51,7 @@ if [ -z "$tarnik_wineserver_pid" ]; then
     # start with it: a test runner waits until its pipes close. So both start here, with
     # every inherited descriptor closed, and the services are up before the first program.
     (
-        for fd in /proc/$BASHPID/fd/*; do
+        for fd in /proc/"$BASHPID"/fd/*; do
             fd=${fd##*/}
             [ "$fd" -gt 2 ] && eval "exec $fd>&-"
         done
