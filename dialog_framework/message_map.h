@@ -86,14 +86,6 @@ MapEntry<D> OnSize(void (D::*fn)(UINT type, int cx, int cy)) {
                 return LRESULT{0};
             }};
 }
-template <class D>
-MapEntry<D> OnContextMenu(void (D::*fn)(HWND window, POINT screen)) {
-    return {WM_CONTEXTMENU, 0, 0, 0, [fn](D& d, WPARAM w, LPARAM l) {
-                (d.*fn)(reinterpret_cast<HWND>(w),
-                        POINT{static_cast<short>(LOWORD(l)), static_cast<short>(HIWORD(l))});
-                return LRESULT{0};
-            }};
-}
 // WM_ERASEBKGND: true when the handler erased the background.
 template <class D>
 MapEntry<D> OnEraseBackground(bool (D::*fn)(HDC dc)) {

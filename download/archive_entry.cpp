@@ -9,8 +9,10 @@ namespace tarnik {
 std::u16string ArchiveNumber(std::u16string_view number) {
     std::u16string n(number);
     const bool plus = !n.empty() && n.front() == u'+';
-    if (n.size() > 9 && !plus) return u"+" + n;
-    if (n.size() >= 9 && !plus) return u"+48" + n;
+    if (n.size() > 9 && !plus)
+        return u"+" + n;
+    if (n.size() >= 9 && !plus)
+        return u"+48" + n;
     return n;
 }
 

@@ -5,11 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#define FUZZ_REQUIRE(cond)                                                         \
-    do {                                                                           \
-        if (!(cond)) {                                                             \
-            std::fprintf(stderr, "%s:%d: invariant failed: %s\n", __FILE__, __LINE__, \
-                         #cond);                                                   \
-            std::abort();                                                          \
-        }                                                                          \
+#define FUZZ_REQUIRE(cond)                                                                    \
+    do {                                                                                      \
+        if (!(cond)) {                                                                        \
+            std::fprintf(stderr, "%s:%d: invariant failed: %s\n", __FILE__, __LINE__, #cond); \
+            std::abort();                                                                     \
+        }                                                                                     \
     } while (0)

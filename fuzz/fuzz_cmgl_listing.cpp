@@ -49,8 +49,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         bool slice = false;
         for (size_t start = 0; start + after.size() <= rest.size(); ++start) {
             slice = rest.compare(start, after.size(), after) == 0;
-            if (slice || start == rest.size()) break;
-            if (rest[start] != ' ' && rest[start] != '\r' && rest[start] != '\n') break;
+            if (slice || start == rest.size())
+                break;
+            if (rest[start] != ' ' && rest[start] != '\r' && rest[start] != '\n')
+                break;
         }
         FUZZ_REQUIRE(slice);
     }

@@ -41,12 +41,15 @@ tarnik::SmsPdu NextRecord(ByteReader& in) {
     }
     record.concatTotal = in.Next() & 0x07;
     record.concatSeq = in.Next() & 0x07;
-    for (size_t i = 0; i < textLength; ++i) record.text.push_back(static_cast<char>(in.Next()));
+    for (size_t i = 0; i < textLength; ++i)
+        record.text.push_back(static_cast<char>(in.Next()));
     record.decoded = true;
     return record;
 }
 
-bool OpensGroup(const tarnik::SmsPdu& r) { return !r.concat || r.concatSeq == 1; }
+bool OpensGroup(const tarnik::SmsPdu& r) {
+    return !r.concat || r.concatSeq == 1;
+}
 
 bool SameRecord(const tarnik::SmsPdu& a, const tarnik::SmsPdu& b) {
     return a.concat == b.concat && a.concatRef == b.concatRef && a.concatTotal == b.concatTotal &&
@@ -58,7 +61,8 @@ bool SameRecord(const tarnik::SmsPdu& a, const tarnik::SmsPdu& b) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ByteReader in(data, size);
     std::vector<tarnik::SmsPdu> records;
-    while (!in.Empty()) records.push_back(NextRecord(in));
+    while (!in.Empty())
+        records.push_back(NextRecord(in));
 
     std::vector<tarnik::MessageGroup> groups;
     tarnik::JoinLongMessages(records, groups);
@@ -75,12 +79,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             FUZZ_REQUIRE(SameRecord(groups[opener].parts.front(), r));
             ++opener;
             ++expectedParts;
-            if (r.concat) ++openedLong[std::make_pair(r.concatRef, r.concatTotal)];
+            if (r.concat)
+                ++openedLong[std::make_pair(r.concatRef, r.concatTotal)];
             continue;
         }
         const auto key = std::make_pair(r.concatRef, r.concatTotal);
         const auto found = openedLong.find(key);
-        if (found != openedLong.end()) expectedParts += found->second;
+        if (found != openedLong.end())
+            expectedParts += found->second;
     }
     FUZZ_REQUIRE(opener == groups.size());
 

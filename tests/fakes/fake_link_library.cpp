@@ -26,10 +26,12 @@ std::vector<std::pair<std::wstring, std::wstring>> Pairs(const std::wstring& lis
     size_t at = 0;
     while (at < list.size()) {
         size_t end = list.find(L';', at);
-        if (end == std::wstring::npos) end = list.size();
+        if (end == std::wstring::npos)
+            end = list.size();
         const std::wstring item = list.substr(at, end - at);
         const size_t eq = item.find(L'=');
-        if (eq != std::wstring::npos) pairs.emplace_back(item.substr(0, eq), item.substr(eq + 1));
+        if (eq != std::wstring::npos)
+            pairs.emplace_back(item.substr(0, eq), item.substr(eq + 1));
         at = end + 1;
     }
     return pairs;
@@ -42,7 +44,8 @@ TARNIK_LINK_EXPORT int32_t libEnumDevices(void* comboBox, LinkDeviceRecord* reco
                                           uint32_t maxCount, int32_t) {
     uint32_t count = 0;
     for (const auto& [address, name] : Pairs(Env(L"TARNIK_FAKE_BT_DEVICES"))) {
-        if (count == maxCount) break;
+        if (count == maxCount)
+            break;
         records[count] = LinkDeviceRecord{};
         records[count].address = std::wcstoull(address.c_str(), nullptr, 16);
         SendMessageW(static_cast<HWND>(comboBox), CB_ADDSTRING, 0,
@@ -51,7 +54,9 @@ TARNIK_LINK_EXPORT int32_t libEnumDevices(void* comboBox, LinkDeviceRecord* reco
     }
     return static_cast<int32_t>(count);
 }
-TARNIK_LINK_EXPORT intptr_t libPortOpen(uint64_t) { return -1; }
+TARNIK_LINK_EXPORT intptr_t libPortOpen(uint64_t) {
+    return -1;
+}
 #else
 TARNIK_LINK_EXPORT int32_t libEnumPorts(LinkUIntArray* numbers, LinkWStringArray* names) {
     const std::wstring ports = Env(L"TARNIK_FAKE_COM_PORTS");
@@ -68,14 +73,23 @@ TARNIK_LINK_EXPORT int32_t libEnumPorts(LinkUIntArray* numbers, LinkWStringArray
         return 1;
     }
     for (const auto& [number, name] : Pairs(ports)) {
-        numbers->append(numbers->self, static_cast<uint32_t>(std::wcstoul(number.c_str(), nullptr, 10)));
+        numbers->append(numbers->self,
+                        static_cast<uint32_t>(std::wcstoul(number.c_str(), nullptr, 10)));
         names->append(names->self, reinterpret_cast<const char16_t*>(name.c_str()));
     }
     return 1;
 }
-TARNIK_LINK_EXPORT intptr_t libPortOpen(uint32_t) { return 0; }
+TARNIK_LINK_EXPORT intptr_t libPortOpen(uint32_t) {
+    return 0;
+}
 #endif
 
-TARNIK_LINK_EXPORT int32_t libPortClose(intptr_t) { return 0; }
-TARNIK_LINK_EXPORT int32_t libPortWrite(intptr_t, const void*, uint32_t) { return 0; }
-TARNIK_LINK_EXPORT int32_t libPortRead(intptr_t, void*, uint32_t) { return 0; }
+TARNIK_LINK_EXPORT int32_t libPortClose(intptr_t) {
+    return 0;
+}
+TARNIK_LINK_EXPORT int32_t libPortWrite(intptr_t, const void*, uint32_t) {
+    return 0;
+}
+TARNIK_LINK_EXPORT int32_t libPortRead(intptr_t, void*, uint32_t) {
+    return 0;
+}

@@ -26,4 +26,4 @@ if [ "$actual" != "$expected" ]; then
     echo "expected:"; printf '%s\n' "$expected" | sed 's/^/  /'
     exit 1
 fi
-echo "$library exports exactly: $(printf '%s ' $expected)"
+echo "$library exports exactly: $(printf '%s\n' "$expected" | tr '\n' ' ')"

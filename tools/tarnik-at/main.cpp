@@ -40,7 +40,8 @@ std::string Escaped(const std::string& text) {
 }
 
 std::string Unescaped(std::string text) {
-    for (size_t at; (at = text.find("\\x1A")) != std::string::npos;) text.replace(at, 4, "\x1A");
+    for (size_t at; (at = text.find("\\x1A")) != std::string::npos;)
+        text.replace(at, 4, "\x1A");
     return text;
 }
 
@@ -121,10 +122,13 @@ int main(int argc, char** argv) {
         }
         command = Unescaped(command);
         std::string reply;
-        const int result = core.SendCommand(command, expected, terminator, "ERROR", &reply, timeout);
-        std::printf("> %s\nresult %d\n%s\n", Escaped(command).c_str(), result, Escaped(reply).c_str());
+        const int result =
+            core.SendCommand(command, expected, terminator, "ERROR", &reply, timeout);
+        std::printf("> %s\nresult %d\n%s\n", Escaped(command).c_str(), result,
+                    Escaped(reply).c_str());
         std::fflush(stdout);
-        if (result != 1) ++failures;
+        if (result != 1)
+            ++failures;
     }
     core.Close();
     return failures == 0 ? 0 : 1;

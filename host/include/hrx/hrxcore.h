@@ -19,8 +19,8 @@ struct HRXFUNCTIONS {
     uint32_t version;
     intptr_t (*fnRegister)(const wchar_t* service,
                            intptr_t (*handler)(intptr_t first, intptr_t second));  // offset 8
-    intptr_t (*fnCall)(const wchar_t* service, intptr_t first, intptr_t second);      // offset 16
-    intptr_t (*fnExists)(const wchar_t* service);                                     // offset 24
+    intptr_t (*fnCall)(const wchar_t* service, intptr_t first, intptr_t second);   // offset 16
+    intptr_t (*fnExists)(const wchar_t* service);                                  // offset 24
     void* reserved[4];
 };
 static_assert(__builtin_offsetof(HRXFUNCTIONS, fnCall) == 16, "fnCall is the table's third entry");
