@@ -115,20 +115,3 @@ TARNIK_LINK_EXPORT intptr_t libPortOpen(uint32_t /*target*/) {
     }
     return winsock_link::Adopt(link);
 }
-
-TARNIK_LINK_EXPORT int32_t libPortClose(intptr_t handle) {
-    return winsock_link::Close(handle);
-}
-
-TARNIK_LINK_EXPORT int32_t libPortRead(intptr_t handle, void* buffer, uint32_t size) {
-    return winsock_link::Read(handle, buffer, size);
-}
-
-TARNIK_LINK_EXPORT int32_t libPortWrite(intptr_t handle, const void* data, uint32_t length) {
-    return winsock_link::Write(handle, data, length);
-}
-
-static_assert(std::is_same_v<decltype(&libPortOpen), LibPortOpenFn>);
-static_assert(std::is_same_v<decltype(&libPortClose), LibPortCloseFn>);
-static_assert(std::is_same_v<decltype(&libPortRead), LibPortReadFn>);
-static_assert(std::is_same_v<decltype(&libPortWrite), LibPortWriteFn>);

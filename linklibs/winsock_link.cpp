@@ -1,8 +1,10 @@
 #include "linklibs/winsock_link.h"
 
 #include <climits>
+#include <type_traits>
 
-namespace winsock_link {
+#include "link/link_library_abi.h"
+
 namespace {
 
 SOCKET AsSocket(intptr_t handle) {
@@ -10,10 +12,12 @@ SOCKET AsSocket(intptr_t handle) {
 }
 
 bool Valid(intptr_t handle) {
-    return handle != kClosed && handle != 0;
+    return handle != winsock_link::kClosed && handle != 0;
 }
 
 }  // namespace
+
+namespace winsock_link {
 
 bool Start() {
     WSADATA data;
@@ -34,16 +38,19 @@ intptr_t Adopt(SOCKET socket) {
     return static_cast<intptr_t>(socket);
 }
 
-int32_t Close(intptr_t handle) {
+}  // namespace winsock_link
+
+TARNIK_LINK_EXPORT int32_t libPortClose(intptr_t handle) {
     if (!Valid(handle)) {
         return -1;
     }
     const int result = closesocket(AsSocket(handle));
-    Stop();
+    winsock_link::Stop();
     return result == 0 ? 0 : -1;
 }
 
-int32_t Read(intptr_t handle, void* buffer, uint32_t size) {
+// Bytes placed in the buffer; 0 when nothing waits; -1 when the link is gone or broken.
+TARNIK_LINK_EXPORT int32_t libPortRead(intptr_t handle, void* buffer, uint32_t size) {
     if (!Valid(handle) || buffer == nullptr) {
         return -1;
     }
@@ -61,7 +68,8 @@ int32_t Read(intptr_t handle, void* buffer, uint32_t size) {
     return -1;  // 0 from recv: the phone closed the link
 }
 
-int32_t Write(intptr_t handle, const void* data, uint32_t length) {
+// Bytes sent, waiting for room in the send buffer for a bounded time; -1 when none went.
+TARNIK_LINK_EXPORT int32_t libPortWrite(intptr_t handle, const void* data, uint32_t length) {
     if (!Valid(handle) || (data == nullptr && length != 0)) {
         return -1;
     }
@@ -97,4 +105,6 @@ int32_t Write(intptr_t handle, const void* data, uint32_t length) {
     return sent > 0 || length == 0 ? int32_t(sent) : -1;
 }
 
-}  // namespace winsock_link
+static_assert(std::is_same_v<decltype(&libPortClose), LibPortCloseFn>);
+static_assert(std::is_same_v<decltype(&libPortRead), LibPortReadFn>);
+static_assert(std::is_same_v<decltype(&libPortWrite), LibPortWriteFn>);

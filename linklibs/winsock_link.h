@@ -1,5 +1,7 @@
 // A connected Winsock stream socket as a link library port, shared by linkbt.mdl and
 // linkir.mdl: one Winsock reference per open port, non-blocking reads, bounded writes.
+// Each library opens its own kind of socket; closing, reading and writing are the same
+// for both, so winsock_link.cpp exports libPortClose, libPortRead and libPortWrite.
 #pragma once
 
 #include <winsock2.h>
@@ -22,11 +24,5 @@ void Stop();
 // Takes over a connected socket and the Winsock reference taken for it: makes it
 // non-blocking and returns it as a handle, or closes both and returns kClosed.
 intptr_t Adopt(SOCKET socket);
-
-int32_t Close(intptr_t handle);
-// Bytes placed in the buffer; 0 when nothing waits; -1 when the link is gone or broken.
-int32_t Read(intptr_t handle, void* buffer, uint32_t size);
-// Bytes sent, waiting for room in the send buffer for a bounded time; -1 when none went.
-int32_t Write(intptr_t handle, const void* data, uint32_t length);
 
 }  // namespace winsock_link
