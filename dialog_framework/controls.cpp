@@ -10,24 +10,27 @@ std::wstring Window::Text() const {
     return text;
 }
 
-std::wstring ComboBox::ItemText(int index) const {
-    const LRESULT length = Send(CB_GETLBTEXTLEN, static_cast<WPARAM>(index));
+namespace {
+
+// A list item's text by its length message and its text message (combo and list boxes).
+std::wstring ItemText(const Window& box, UINT lengthMessage, UINT textMessage, int index) {
+    const LRESULT length = box.Send(lengthMessage, static_cast<WPARAM>(index));
     if (length < 0)
         return {};
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');
-    Send(CB_GETLBTEXT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
+    box.Send(textMessage, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
     text.resize(static_cast<size_t>(length));
     return text;
 }
 
+}  // namespace
+
+std::wstring ComboBox::ItemText(int index) const {
+    return dlg::ItemText(*this, CB_GETLBTEXTLEN, CB_GETLBTEXT, index);
+}
+
 std::wstring ListBox::ItemText(int index) const {
-    const LRESULT length = Send(LB_GETTEXTLEN, static_cast<WPARAM>(index));
-    if (length < 0)
-        return {};
-    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
-    Send(LB_GETTEXT, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(text.data()));
-    text.resize(static_cast<size_t>(length));
-    return text;
+    return dlg::ItemText(*this, LB_GETTEXTLEN, LB_GETTEXT, index);
 }
 
 int ListView::InsertColumn(int index, const std::wstring& title, int width) {
