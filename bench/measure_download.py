@@ -40,8 +40,8 @@ with tempfile.TemporaryDirectory() as work:
         sys.exit("the download did not finish:\n" + out[-1500:] + errors[-1500:])
 
     # What crossed the line: the commands and every answer line with its CR LF.
-    sent = sum(len(l) - 3 + 1 for l in log if l.startswith("RX "))
-    received = sum(len(l) - 3 + 2 for l in log if l.startswith("TX "))
+    sent = sum(len(line) - 3 + 1 for line in log if line.startswith("RX "))
+    received = sum(len(line) - 3 + 2 for line in log if line.startswith("TX "))
     listing, inside = [], False
     for line in log:
         if line == "RX AT+CMGL=4":
@@ -50,7 +50,7 @@ with tempfile.TemporaryDirectory() as work:
             listing.append(line[3:])
             if line in ("TX OK", "TX ERROR"):
                 inside = False
-    reply = "".join(l + "\r\n" for l in listing)
+    reply = "".join(line + "\r\n" for line in listing)
     wall = (times[1] - times[0]) / 1000
     print("rows %s; wall time from \"Pobierz\" to the closed chooser %.2f s" %
           (rows[0]["rows"], wall))

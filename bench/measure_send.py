@@ -35,8 +35,8 @@ scenarios = [
      2 * (2 * PART_MS + REPORT_MS)),
 ]
 config = "[report]\ndelay_ms = %d\n" % REPORT_DELAY_MS
-print("%-34s %10s %10s %10s %10s" % ("scenario", "bound ms", "median ms", "added ms",
-                                      "exchanges"))
+print("%-34s %10s %10s %10s %10s"
+      % ("scenario", "bound ms", "median ms", "added ms", "exchanges"))
 for name, recipients, text, report, bound in scenarios:
     times = []
     exchanges = 0
@@ -45,6 +45,6 @@ for name, recipients, text, report, bound in scenarios:
         if o.send_ms is None or not o.result.endswith("0"):
             sys.exit("send failed in %s:\n%s\n%s" % (name, o.out, o.errors))
         times.append(o.send_ms)
-        exchanges = sum(1 for l in o.phone_log if l.startswith("RX ") or l.startswith("PDU "))
+        exchanges = sum(1 for line in o.phone_log if line.startswith(("RX ", "PDU ")))
     median = statistics.median(times)
     print("%-34s %10d %10d %10d %10d" % (name, bound, median, median - bound, exchanges))

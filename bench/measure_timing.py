@@ -166,8 +166,8 @@ def plugin_send(bin_dir, native_dir, text):
     if o.send_ms is None or not o.result.endswith("0"):
         sys.exit("send failed:\n%s\n%s" % (o.out, o.errors))
     into, out = line_bytes(o.phone_log)
-    awaited = sum(1 for l in o.phone_log if l.startswith("RX ") or l.startswith("PDU "))
-    parts = sum(1 for l in o.phone_log if l.startswith("PDU "))
+    awaited = sum(1 for line in o.phone_log if line.startswith("RX ") or line.startswith("PDU "))
+    parts = sum(1 for line in o.phone_log if line.startswith("PDU "))
     prescribed = parts * (SETTLE_MS + PDU_PAUSE_MS) + awaited * POLL_MS + out * BYTE_S * 1000
     return {"wall": o.send_ms, "prescribed": prescribed, "in": into, "out": out,
             "awaited": awaited, "parts": parts}
