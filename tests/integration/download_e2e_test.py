@@ -70,6 +70,9 @@ def local_epoch(stamp):
 
 
 def check(out, started, ended):
+    for _, columns in blocks(out, "LIST", "COLUMN"):
+        got = [(c["title"], c["width"], c["format"]) for c in columns]
+        expect(got == [c + ("0",) for c in COLUMNS], "columns %r" % got)
     expect(out.count("ARCHIVE-PAGE script=done") == 2, "both scripts ran to their end")
     expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
            "the page's window goes with the module")
@@ -94,9 +97,6 @@ def check(out, started, ended):
            and failed[1][2009]["text"] == "Zakończono.", failed)
     expect([running[1][i]["enabled"] for i in (1, 2, 2008)] == ["0"] * 3
            and running[1][2009]["text"] == LISTING, "while it downloads: %r" % (running,))
-    for _, columns in blocks(out, "LIST", "COLUMN"):
-        got = [(c["title"], c["width"], c["format"]) for c in columns]
-        expect(got == [c + ("0",) for c in COLUMNS], "columns %r" % got)
     paints = [p["drawn"] for p in lines_of(out, "PAINT")]
     expect(paints == ["1", "1"], "the list draws after each fill: %r" % paints)
 
