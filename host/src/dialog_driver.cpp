@@ -305,10 +305,11 @@ bool Key(ScriptStep& step) {
     if (!(step.words >> id >> key))
         return false;
     HWND control = FindControl(step.window, static_cast<int>(id));
-    const WPARAM code = key == L"down"    ? VK_DOWN
-                        : key == L"up"    ? VK_UP
-                        : key == L"space" ? VK_SPACE
-                                          : 0;
+    const WPARAM code = key == L"down"     ? VK_DOWN
+                        : key == L"up"     ? VK_UP
+                        : key == L"space"  ? VK_SPACE
+                        : key == L"return" ? VK_RETURN
+                                           : 0;
     if (control == nullptr || code == 0)
         return false;
     PostMessageW(control, WM_KEYDOWN, code, 1);
@@ -582,8 +583,8 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
         {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
-        {L"key", "ID down|up|space", "Press the key in control ID (at any depth).", T::kDialog,
-         Key},
+        {L"key", "ID down|up|space|return", "Press the key in control ID (at any depth).",
+         T::kDialog, Key},
         {L"menu-dump", "",
          "The open context menu: MENU-POPUP items, MENU-ENTRY index id text "
          "enabled (or separator=1) per item.",
