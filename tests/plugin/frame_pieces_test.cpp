@@ -6,7 +6,6 @@
 // After <windows.h>, which it needs.
 #include <commctrl.h>
 
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
