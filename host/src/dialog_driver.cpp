@@ -123,6 +123,38 @@ bool IsComboBox(HWND window) {
 bool IsButton(HWND window) {
     return _wcsicmp(ClassOf(window).c_str(), L"Button") == 0;
 }
+bool IsListBox(HWND window) {
+    return _wcsicmp(ClassOf(window).c_str(), L"ListBox") == 0;
+}
+
+// The system icon a static shows (a message box's is one), by the shared handle the system
+// hands out for it.
+std::string IconOf(HWND window) {
+    const auto shown = reinterpret_cast<HICON>(SendMessageW(window, STM_GETICON, 0, 0));
+    // IDI_ERROR, IDI_INFORMATION, IDI_WARNING, IDI_QUESTION.
+    const std::pair<WORD, const char*> named[] = {
+        {32513, "error"}, {32516, "information"}, {32515, "warning"}, {32514, "question"}};
+    for (const auto& [id, name] : named) {
+        if (shown != nullptr && shown == LoadIconW(nullptr, MAKEINTRESOURCEW(id)))
+            return name;
+    }
+    return shown != nullptr ? "other" : "none";
+}
+
+// " items=N item0=TEXT ..." of a list box.
+std::string ListBoxItems(HWND list) {
+    const LRESULT count = SendMessageW(list, LB_GETCOUNT, 0, 0);
+    std::string items = " items=" + std::to_string(count);
+    for (LRESULT i = 0; i < count; ++i) {
+        const LRESULT length = SendMessageW(list, LB_GETTEXTLEN, static_cast<WPARAM>(i), 0);
+        std::wstring item(static_cast<size_t>(length > 0 ? length : 0) + 1, L'\0');
+        SendMessageW(list, LB_GETTEXT, static_cast<WPARAM>(i),
+                     reinterpret_cast<LPARAM>(item.data()));
+        item.resize(static_cast<size_t>(length > 0 ? length : 0));
+        items += " item" + std::to_string(i) + "=" + Quote(item);
+    }
+    return items;
+}
 
 bool Dump(ScriptStep& step) {
     const HWND dialog = step.window;
@@ -138,6 +170,10 @@ bool Dump(ScriptStep& step) {
             if (style == BS_AUTOCHECKBOX || style == BS_CHECKBOX) {
                 line += " checked=" + std::to_string(SendMessageW(child, BM_GETCHECK, 0, 0));
             }
+        }
+        if (_wcsicmp(ClassOf(child).c_str(), L"Static") == 0 &&
+            (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON) {
+            line += " icon=" + IconOf(child);
         }
         if (IsComboBox(child)) {
             const LRESULT count = SendMessageW(child, CB_GETCOUNT, 0, 0);
@@ -182,9 +218,43 @@ bool Layout(ScriptStep& step) {
     for (HWND window : windows) {
         step.output.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
                           " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
-                          " visible=" + (IsWindowVisible(window) ? "1" : "0") +
-                          " text=" + Quote(TextOf(window)));
+                          " visible=" + (IsWindowVisible(window) ? "1" : "0") + " text=" +
+                          Quote(TextOf(window)) + (IsListBox(window) ? ListBoxItems(window) : ""));
     }
+    return true;
+}
+
+// Whether the control draws when asked to paint into a DC of ours: a window whose redrawing
+// was switched off and never on again paints nothing, while it still looks visible.
+bool Paint(ScriptStep& step) {
+    long id = 0;
+    if (!(step.words >> id))
+        return false;
+    HWND control = FindControl(step.window, static_cast<int>(id));
+    RECT client{};
+    if (control == nullptr || !GetClientRect(control, &client) || client.right <= 0 ||
+        client.bottom <= 0)
+        return false;
+    constexpr COLORREF kUnpainted = RGB(255, 0, 255);
+    HDC screen = GetDC(nullptr);
+    HDC dc = CreateCompatibleDC(screen);
+    HBITMAP bitmap = CreateCompatibleBitmap(screen, client.right, client.bottom);
+    ReleaseDC(nullptr, screen);
+    HGDIOBJ old = SelectObject(dc, bitmap);
+    HBRUSH fill = CreateSolidBrush(kUnpainted);
+    FillRect(dc, &client, fill);
+    DeleteObject(fill);
+    SendMessageW(control, WM_PAINT, reinterpret_cast<WPARAM>(dc), 0);
+    long drawn = 0;
+    for (int y = 0; y < client.bottom; y += 2) {
+        for (int x = 0; x < client.right; x += 2)
+            drawn += GetPixel(dc, x, y) != kUnpainted;
+    }
+    SelectObject(dc, old);
+    DeleteObject(bitmap);
+    DeleteDC(dc);
+    step.output.Print("PAINT id=" + std::to_string(id) + " drawn=" + (drawn > 0 ? "1" : "0") +
+                      " visible=" + (IsWindowVisible(control) ? "1" : "0"));
     return true;
 }
 
@@ -235,10 +305,11 @@ bool Key(ScriptStep& step) {
     if (!(step.words >> id >> key))
         return false;
     HWND control = FindControl(step.window, static_cast<int>(id));
-    const WPARAM code = key == L"down"    ? VK_DOWN
-                        : key == L"up"    ? VK_UP
-                        : key == L"space" ? VK_SPACE
-                                          : 0;
+    const WPARAM code = key == L"down"     ? VK_DOWN
+                        : key == L"up"     ? VK_UP
+                        : key == L"space"  ? VK_SPACE
+                        : key == L"return" ? VK_RETURN
+                                           : 0;
     if (control == nullptr || code == 0)
         return false;
     PostMessageW(control, WM_KEYDOWN, code, 1);
@@ -476,7 +547,7 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
     using T = StepTarget;
     static const std::vector<ScriptVerb> verbs = {
         {L"dump", "",
-         "DIALOG caption, then CONTROL id class enabled text [checked] [selected "
+         "DIALOG caption, then CONTROL id class enabled text [checked] [icon] [selected "
          "items item0=TEXT/DATA ...] per control.",
          T::kDialog, Dump},
         {L"select", "ID INDEX",
@@ -512,8 +583,8 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
         {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
-        {L"key", "ID down|up|space", "Press the key in control ID (at any depth).", T::kDialog,
-         Key},
+        {L"key", "ID down|up|space|return", "Press the key in control ID (at any depth).",
+         T::kDialog, Key},
         {L"menu-dump", "",
          "The open context menu: MENU-POPUP items, MENU-ENTRY index id text "
          "enabled (or separator=1) per item.",
@@ -527,8 +598,12 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          [](ScriptStep& s) { return Resize(s, true); }},
         {L"layout", "",
          "LAYOUT caption client=w,h units=x,y (dialog base units), WINDOW id class "
-         "rect=x,y,w,h visible text per window at any depth.",
+         "rect=x,y,w,h visible text [items item0=TEXT ...] per window at any depth.",
          T::kDialog, Layout},
+        {L"paint", "ID",
+         "PAINT id drawn=0|1 visible: whether control ID (at any depth) draws anything when "
+         "asked to paint into a DC of the host's.",
+         T::kDialog, Paint},
         {L"menu", "", "Use the plug-in's menu entry again (archive-page only; no dialog needed).",
          T::kNothing, Menu},
         {L"time", "", "TIME ms=<milliseconds since the system started> (no dialog needed).",

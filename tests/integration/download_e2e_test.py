@@ -3,37 +3,50 @@
 session: the test host uses the plug-in's menu entry, and scripts play the user on the
 archive page, its context menu, the profile chooser and the message boxes, first with
 profiles of other transports alone, then with two of ours; the host unloads the plug-in
-with the page open. Checked is what the host gets: the menu, the boxes, the chooser's
-profiles, the page's layout, the rows and the archive's records field by field (the rows
-and records expected in tests/data/stored_messages.json). The worker's dialogues with
+with the page open. Checked is what the host gets: the menu, the boxes and their icons,
+the chooser's profiles and its controls while it downloads, the templates' texts and
+places (tests/data/dialog_templates.json), the page's layout, the list's columns, that
+the list draws after it was filled, the rows and the archive's records field by field
+(the rows and records expected in tests/data/stored_messages.json). The worker's dialogues with
 phones that refuse, stay silent or drop the line are its unit tests' and line_faults'.
 
 usage: download_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR
 """
+import os
 import sys
 import time
 
 from wine_phone import HERE, blocks, com_profile, data_file, dumps, lines_of, phone_on_com
+
+sys.path.insert(0, os.path.join(HERE, "..", "ui"))
+from dialog_templates import differences  # noqa: E402
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 PAGE = "expect Komunikacja z telefonem GSM"
 OTHER_TRANSPORT = "0F0E0D0C-0B0A-0908-0706-050403020100"
 OUR_TRANSPORT = "3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35"
 FIRST_TEXT = "Spotkanie jutro o 10:00 w biurze, sala 2."
+COLUMNS = [("Nazwa", "120"), ("Numer telefonu", "130"), ("Data", "140"), ("Treść", "190")]
+# Each byte the phone sends waits so long, so that the chooser is seen while it downloads.
+SLOW_PHONE = "byte_delay_us = 300\n"
+LISTING = "Pobieram listę z urządzenia..."
 # The page with no profile of this transport (one differs from ours in letter case alone):
 # the full menu, the box instead of the chooser, saving an empty list shows only "Zapisano".
 ALONE = ["row-rclick below", "menu-dump", "menu-choose 1000", "expect Brak profilu", "dump",
          "ok", PAGE, "rows", "row-rclick below", "menu-choose 1002", "expect Zapisano", "dump",
          "ok", PAGE, "click 1"]
 # The chooser: this transport's profiles only, sorted, the first selected; Zeta (kind 3)
-# fails at once and the chooser comes back; Alfa downloads. The resize rules, 100 pixels
+# fails at once and the chooser comes back; Alfa downloads, its controls locked meanwhile,
+# and the list draws; a second download replaces the first one's rows. The resize rules, 100 pixels
 # taller; then room below the rows, where a click shows no text. Everything saved, then row
 # 0 alone. Esc hides the page and the menu entry shows it again, contents kept, as does
 # the entry used while it is shown; after "Zamknij" the entry gives a fresh page, open
 # when the host unloads the plug-in.
-WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "select 2008 1",
-         "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump", "select 2008 0",
-         "click 1", PAGE, "rows", "layout", "grow 0 100", "layout", "grow 300 200",
+WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "layout",
+         "select 2008 1", "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump",
+         "select 2008 0", "click 1", "wait-text 2009 " + LISTING, "dump", PAGE, "rows", "paint 2007", "row-rclick 0",
+         "menu-choose 1000", "expect Ustawienia", "click 1", PAGE, "rows", "paint 2007",
+         "layout", "grow 0 100", "layout", "grow 300 200",
          "row-click 0", "wait-text 2011 " + FIRST_TEXT, "row-click below", "wait 500",
          "key 2007 down", "wait 500", "layout", "row-rclick 0", "menu-choose 1001", "wait 300",
          "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "select-rows 0",
@@ -57,6 +70,9 @@ def local_epoch(stamp):
 
 
 def check(out, started, ended):
+    for _, columns in blocks(out, "LIST", "COLUMN"):
+        got = [(c["title"], c["width"], c["format"]) for c in columns]
+        expect(got == [c + ("0",) for c in COLUMNS], "columns %r" % got)
     expect(out.count("ARCHIVE-PAGE script=done") == 2, "both scripts ran to their end")
     expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
            "the page's window goes with the module")
@@ -66,31 +82,44 @@ def check(out, started, ended):
                     ("1001", "Zaznacz wszystko", "1"), (None, None, "1"),
                     ("1002", "Zapisz zaznaczone do archiwum", "1")], menu)
 
-    no_profile, saved, chooser, failed = dumps(out)
+    no_profile, saved, chooser, failed, running = dumps(out)
     texts = lambda dump: [c["text"] for c in dump[1].values()]  # noqa: E731
+    icons = lambda dump: [c["icon"] for c in dump[1].values() if "icon" in c]  # noqa: E731
     expect(no_profile[0] == "Brak profilu" and "Aby uzyć tej funkcji musisz miec ustawiony "
-           "przynajmniej jeden profil dla tego transportu GSM." in texts(no_profile), no_profile)
-    expect(saved[0] == "Zapisano" and "Operacja ukończona" in texts(saved), saved)
+           "przynajmniej jeden profil dla tego transportu GSM." in texts(no_profile)
+           and icons(no_profile) == ["error"], no_profile)
+    expect(saved[0] == "Zapisano" and "Operacja ukończona" in texts(saved)
+           and icons(saved) == ["information"], saved)
     profiles = chooser[1][2008]
     expect([profiles[k] for k in ("items", "selected", "item0", "item1")] ==
            ["2", "0", "Alfa/1", "Zeta/0"], profiles)
     expect([failed[1][i]["enabled"] for i in (1, 2, 2008, 2009)] == ["1"] * 4
            and failed[1][2009]["text"] == "Zakończono.", failed)
+    expect([running[1][i]["enabled"] for i in (1, 2, 2008)] == ["0"] * 3
+           and running[1][2009]["text"] == LISTING, "while it downloads: %r" % (running,))
+    paints = [p["drawn"] for p in lines_of(out, "PAINT")]
+    expect(paints == ["1", "1"], "the list draws after each fill: %r" % paints)
 
     expected = data_file("stored_messages.json")
     shown = [[(r["name"], r["number"], r["date"], r["text"]) for r in rows]
              for _, rows in blocks(out, "LIST", "ROW")]
     want = [("", r["number"], r["date"], r["text"]) for r in expected]
-    expect(shown == [[], want, want, []], "rows: nothing before a profile, the phone's, the "
-           "same after the page was hidden and shown, none on a fresh page: %r" % shown)
+    expect(shown == [[], want, want, want, []], "rows: nothing before a profile, the phone's, "
+           "the same after a second download and after the page was hidden and shown, none on "
+           "a fresh page: %r" % shown)
 
     # Pixels follow the fonts Wine finds: the page's first size is its template's 316 x 240
     # dialog units in this machine's base units, and the rules are stated as changes.
+    found = blocks(out, "LAYOUT", "WINDOW")
+    chooser_layout, page_layout = found[0], found[1]
+    for number, (layout, windows) in (("2004", chooser_layout), ("2002", page_layout),
+                                      ("2003", page_layout)):
+        wrong = differences(number, layout, windows)
+        expect(not wrong, "template %s: %s" % (number, "; ".join(wrong)))
     layouts = [(ints(l["client"]), ints(l["units"]),
                 {int(w["id"]): (ints(w["rect"]), w["text"]) for w in reversed(ws)})
-               for l, ws in blocks(out, "LAYOUT", "WINDOW")]
-    ((w0, h0), (ux, uy), before), ((w1, h1), _, after) = layouts[:2]
-    expect((w0, h0) == ((316 * ux * 2 + 4) // 8, (240 * uy * 2 + 8) // 16), layouts[0][:2])
+               for l, ws in found[1:]]
+    ((w0, h0), _, before), ((w1, h1), _, after) = layouts[:2]
     expect((w1, h1) == (w0, h0 + 100), ((w0, h0), (w1, h1)))
     (list0, _), (list1, _) = before[2007], after[2007]
     (text0, _), (text1, _) = before[2011], after[2011]
@@ -115,7 +144,7 @@ def check(out, started, ended):
 
 
 with open(HERE + "/phone-stored.conf") as f:
-    config = f.read()
+    config = SLOW_PHONE + f.read()
 with phone_on_com(native_dir, config) as phone:
     started = int(time.time())
     out, errors, seconds = phone.host(

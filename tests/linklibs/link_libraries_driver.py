@@ -4,13 +4,16 @@ profile can name, and runs the link library test program and then tarnik-at agai
 natively, or under Wine with WINE-RUN. The program checks the phone's answers byte for
 byte; this driver checks that the phone heard each command line once, so nothing of the
 phone's own text came back to it through the port, and that tarnik-at, over the plug-in's
-AT exchange, got the stored listing.
+AT exchange, got the stored listing. Natively it also checks which Linux device each port
+number reaches without a TARNIK_COM<n>: the phone's terminal is given one device name at a
+time in a /dev of tarnik-at's own (a mount namespace; needs root, as the machines run).
 
 usage: link_libraries_driver.py NATIVE_BUILD_DIR BIN_DIR [WINE-RUN]
 """
 import os
 import subprocess
 import sys
+import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "integration"))
@@ -18,6 +21,33 @@ from wine_phone import PREFIX, phone_on_com  # noqa: E402
 
 PORT, MISSING, NOT_TERMINAL = 255, 253, 254
 HEARD = ["AT", "AT+CMGS=18", "AT+CMGS=9", "AT", 'AT+CPMS="SM"', "AT+CMGL=4"]
+# The phone's device name, the port that must reach it, and neighbours that must not.
+DEVICES = [("ttyS0", 1, [65]), ("ttyS63", 64, [65]), ("ttyUSB0", 65, [64, 129]),
+           ("ttyUSB63", 128, [127, 129, 192]), ("ttyACM0", 129, [128, 130, 193]),
+           ("ttyACM63", 192, [191, 193])]
+
+
+def port_devices(tarnik_at, link):
+    """The ports that answered otherwise than DEVICES says, as texts. A terminal opens only
+    through its own devpts, so the phone's is bind-mounted, kept aside before /dev is
+    replaced."""
+    wrong = []
+    with tempfile.TemporaryDirectory() as folder:
+        kept = os.path.join(folder, "phone")
+        open(kept, "w").close()
+        for name, port, others in DEVICES:
+            for number in [port] + others:
+                script = ("mount --bind {pty} {kept} && mount -t tmpfs none /dev && "
+                          "touch /dev/{name} && mount --bind {kept} /dev/{name} && "
+                          "exec {at} --com {number} --timeout 1000 AT").format(
+                              pty=os.path.realpath(link), kept=kept, name=name, at=tarnik_at,
+                              number=number)
+                run = subprocess.run(["unshare", "--mount", "--propagation", "private", "sh",
+                                      "-c", script], capture_output=True, text=True, timeout=30)
+                if (run.returncode == 0) != (number == port):
+                    wrong.append("/dev/%s, port %d: exit %d %s" % (
+                        name, number, run.returncode, run.stderr.strip()))
+    return wrong
 
 
 def main():
@@ -44,7 +74,8 @@ def main():
             if wine:
                 os.unlink(terminal_less)
         heard = [l[3:] for l in phone.log() if l.startswith("RX ")]
-    failures = [what for what, bad in [
+        devices = [] if wine else port_devices(os.path.join(bin_dir, "tarnik-at"), link)
+    failures = ["the port numbers' devices: " + d for d in devices] + [what for what, bad in [
         ("the phone heard %s" % heard, heard != HEARD),
         ("tarnik-at said:\n" + at, at.count("result 1") != 3
          or "+CMGL: 1,1,,46\\r\\n07918406010013F0040B918406214365F7" not in at

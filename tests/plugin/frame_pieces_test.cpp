@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "dialog_framework/module_state.h"
+#include "hrx/hrxutil.h"
 #include "plugin/host_records.h"
 #include "send/progress_log_win32.h"
 #include "ui/profile_entry.h"
@@ -19,14 +20,16 @@ namespace tarnik {
 namespace {
 
 // Names, in order, the progress log's list box messages that reach the control (the
-// control sends itself others while it paints).
+// control sends itself others while it paints), and its paints: the send job pumps no
+// messages, so a line is seen before the send ends only if it is painted on the spot.
 std::string g_sent;
 WNDPROC g_original = nullptr;
 
 LRESULT CALLBACK Recorder(HWND hwnd, UINT message, WPARAM w, LPARAM l) {
     const std::pair<UINT, const char*> named[] = {
         {LB_GETCOUNT, "count"},      {LB_GETTEXTLEN, "length"}, {LB_GETTEXT, "text"},
-        {LB_DELETESTRING, "delete"}, {LB_ADDSTRING, "add"},     {LB_SETCURSEL, "select"}};
+        {LB_DELETESTRING, "delete"}, {LB_ADDSTRING, "add"},     {LB_SETCURSEL, "select"},
+        {WM_PAINT, "paint"}};
     for (const auto& [m, name] : named) {
         if (message == m)
             g_sent += (g_sent.empty() ? "" : " ") + std::string(name);
@@ -35,7 +38,8 @@ LRESULT CALLBACK Recorder(HWND hwnd, UINT message, WPARAM w, LPARAM l) {
 }
 
 HWND Window(const wchar_t* kind, HWND parent = nullptr) {
-    return CreateWindowExW(0, kind, L"", parent ? WS_CHILD | LVS_REPORT : WS_OVERLAPPEDWINDOW, 0, 0,
+    return CreateWindowExW(0, kind, L"",
+                           parent ? WS_CHILD | WS_VISIBLE | LVS_REPORT : WS_OVERLAPPEDWINDOW, 0, 0,
                            300, 200, parent, nullptr, nullptr, nullptr);
 }
 
@@ -52,13 +56,16 @@ TEST(ProgressListBox, StagesAddLinesAndOutcomesExtendTheLastOne) {
     } cases[] = {
         {L"", L"OK", true, L"", LB_ERR, "count"},
         {L"Parametry... OK|Wysyłam... ", L"OK", true, L"Parametry... OK|Wysyłam... OK", 1,
-         "count length text delete add select"},
-        {L"Wysyłam... |", L"Błąd", true, L"Wysyłam... |Błąd", 1, "count length delete add select"},
+         "count length text delete add select paint"},
+        {L"Wysyłam... |", L"Błąd", true, L"Wysyłam... |Błąd", 1,
+         "count length delete add select paint"},
         {L"Parametry... OK", L"Adresat: 1", false, L"Parametry... OK|Adresat: 1", 1, "add select"},
     };
+    // On screen, so that a paint is due when the lines change.
+    HWND parent = Window(L"STATIC");
+    ShowWindow(parent, SW_SHOWNOACTIVATE);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        HWND parent = Window(L"STATIC");
         HWND list = Window(L"LISTBOX", parent);
         const std::wstring before = c.before;
         for (size_t at = 0, bar = 0; !before.empty() && bar != std::wstring::npos; at = bar + 1) {
@@ -66,6 +73,7 @@ TEST(ProgressListBox, StagesAddLinesAndOutcomesExtendTheLastOne) {
             const std::wstring line = before.substr(at, bar - at);
             SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(line.c_str()));
         }
+        UpdateWindow(list);
         g_original = reinterpret_cast<WNDPROC>(
             SetWindowLongPtrW(list, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(Recorder)));
         g_sent.clear();
@@ -80,8 +88,9 @@ TEST(ProgressListBox, StagesAddLinesAndOutcomesExtendTheLastOne) {
         }
         EXPECT_EQ(lines, c.after);
         EXPECT_EQ(SendMessageW(list, LB_GETCURSEL, 0, 0), c.selected);
-        DestroyWindow(parent);
+        DestroyWindow(list);
     }
+    DestroyWindow(parent);
 }
 
 TEST(ModuleState, GuardRestoresTheCallersModulePerThread) {
@@ -106,14 +115,51 @@ TEST(ModuleState, GuardRestoresTheCallersModulePerThread) {
     EXPECT_EQ(seen, exe);
 }
 
+// This program's import slot of a host utility, so that a test can see what it is passed.
+void** ImportSlot(void* function) {
+    auto* base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
+    const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+        base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports =
+        nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    for (auto* library = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+         library->Name != 0; ++library) {
+        for (auto* slot = reinterpret_cast<void**>(base + library->FirstThunk); *slot != nullptr;
+             ++slot) {
+            if (*slot == function)
+                return slot;
+        }
+    }
+    return nullptr;
+}
+
+std::string g_decoded;  // the text lutBase64Decode was given, as far as it was told
+decltype(&lutBase64Decode) g_decode = nullptr;
+
+size_t RecordingDecode(const char* text, size_t length, unsigned char** out) {
+    g_decoded.assign(text != nullptr ? text : "", text != nullptr ? length : 0);
+    return g_decode(text, length, out);
+}
+
 TEST(ProfileEntry, Base64RecordsThroughTheHostUtilities) {
+    // A decoder may refuse a zero inside the length it is given: the text goes without its
+    // terminating zero.
+    g_decode = &lutBase64Decode;
+    void** slot = ImportSlot(reinterpret_cast<void*>(g_decode));
+    ASSERT_NE(slot, nullptr);
+    DWORD was = 0;
+    ASSERT_TRUE(VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &was));
+    *slot = reinterpret_cast<void*>(&RecordingDecode);
     GsmProfile profile{};
     ASSERT_TRUE(ProfileFromBase64(L"AgcAAAAAAAAAAAABAA==", profile));
     EXPECT_EQ(std::vector<int>({profile.connectionKind, profile.comPort, profile.waitForReport}),
               std::vector<int>({2, 7, 1}));
     EXPECT_FALSE(ProfileFromBase64(L"AgcAAAAAAAAAAAAB", profile));  // twelve bytes
+    EXPECT_EQ(g_decoded, "AgcAAAAAAAAAAAAB");
     EXPECT_FALSE(ProfileFromBase64(L"", profile));
     EXPECT_FALSE(ProfileFromBase64(nullptr, profile));
+    *slot = reinterpret_cast<void*>(g_decode);
+    VirtualProtect(slot, sizeof *slot, was, &was);
 }
 
 }  // namespace

@@ -14,6 +14,8 @@ import subprocess
 import sys
 import tempfile
 
+from dialog_templates import differences
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 WINE_RUN = os.path.join(HERE, "..", "..", "scripts", "wine-run.sh")
 FIELD = re.compile(r'(\w+)=(?:"((?:[^"\\]|\\.)*)"(\S*)|(\S+))')
@@ -26,8 +28,8 @@ def fields(line):
 
 
 def run(case, common):
-    """One configure of a profile: the first dump {id: fields} and the CONFIGURE and
-    PROFILE lines' fields."""
+    """One configure of a profile: the first dump {id: fields}, the CONFIGURE and PROFILE
+    lines' fields, and the first layout's LAYOUT fields with its WINDOW lines' fields."""
     with tempfile.TemporaryDirectory() as folder:
         for name in os.listdir(bin_dir):
             if name.endswith((".exe", ".dll", ".mdl")) and name not in ("linkbt.mdl", "linkcom.mdl"):
@@ -44,20 +46,27 @@ def run(case, common):
              "P", case["before"], "configure", "P", case["script"], "profiles", "unload"],
             capture_output=True, env=env, timeout=120)
     lines = out.stdout.decode("utf-8", "replace").splitlines()
-    dump, dumps = {}, 0
+    dump, dumps, layouts, windows = {}, 0, [], []
     for line in lines:
         dumps += line.startswith("DIALOG ")
         if line.startswith("CONTROL ") and dumps == 1:
             control = fields(line)
             dump[control["id"]] = control
+        if line.startswith("LAYOUT "):
+            layouts.append(fields(line))
+        if line.startswith("WINDOW ") and len(layouts) == 1:
+            windows.append(fields(line))
     found = {kind: fields(l) for l in lines for kind in ("CONFIGURE", "PROFILE") if l.startswith(kind + " ")}
     if "CONFIGURE" not in found:
         raise AssertionError("no CONFIGURE line:\n" + "\n".join(lines) + out.stderr.decode())
-    return dump, found["CONFIGURE"], found["PROFILE"]
+    return dump, found["CONFIGURE"], found["PROFILE"], (layouts[:1] or [None])[0], windows
 
 
 def check(case, common):
-    dump, configure, profile = run(case, common)
+    dump, configure, profile, layout, windows = run(case, common)
+    if "template" in case:
+        wrong = differences(case["template"], layout, windows) if layout else ["no layout"]
+        assert not wrong, "template %s: %s" % (case["template"], "; ".join(wrong))
     for id, want in case.get("dump", {}).items():
         control = dump.get(id, {})
         items = [control["item%d" % i] for i in range(int(control.get("items", 0)))]
