@@ -370,7 +370,8 @@ TEST_F(PluginFrame, OwnActivationContextForEveryCallFromTheHost) {
     EXPECT_TRUE(OnCommonControls6(GetDlgItem(page, IDOK), Descendant(page, IDC_MESSAGE_TEXT)));
     EXPECT_EQ(CurrentContext(), nullptr);
 
-    // A caller with a context of its own gets it back from a call that threw.
+    // A caller with a context of its own gets it back from a call that threw. Any context
+    // will do for the caller's: this one is made from the plug-in's manifest again.
     wchar_t path[MAX_PATH];
     GetModuleFileNameW(module_, path, MAX_PATH);
     ACTCTXW own{};
