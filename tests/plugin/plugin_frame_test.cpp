@@ -311,24 +311,6 @@ HWND OpenArchivePage(const Call& menuAdd) {
     return search.found;
 }
 
-HWND Descendant(HWND dialog, int id) {
-    struct Search {
-        int id;
-        HWND found = nullptr;
-    } search{id};
-    EnumChildWindows(
-        dialog,
-        [](HWND window, LPARAM l) {
-            auto* s = reinterpret_cast<Search*>(l);
-            if (GetDlgCtrlID(window) != s->id)
-                return TRUE;
-            s->found = window;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
-
 // Wine's comctl32 reports 5.81 from DllGetVersion under any context, so version 6 shows in
 // what its controls do: only a version 6 button answers BCM_GETIDEALSIZE, and only under
 // version 6 is an edit box comctl32's rather than user32's.
@@ -367,7 +349,8 @@ TEST_F(PluginFrame, OwnActivationContextForEveryCallFromTheHost) {
 
     HWND page = OpenArchivePage(g_calls.back());
     ASSERT_NE(page, nullptr);
-    EXPECT_TRUE(OnCommonControls6(GetDlgItem(page, IDOK), Descendant(page, IDC_MESSAGE_TEXT)));
+    HWND download = FindWindowExW(page, nullptr, L"#32770", nullptr);  // the download page
+    EXPECT_TRUE(OnCommonControls6(GetDlgItem(page, IDOK), GetDlgItem(download, IDC_MESSAGE_TEXT)));
     EXPECT_EQ(CurrentContext(), nullptr);
 
     // A caller with a context of its own gets it back from a call that threw. Any context
