@@ -238,6 +238,7 @@ bool Key(ScriptStep& step) {
     const WPARAM code = key == L"down"    ? VK_DOWN
                         : key == L"up"    ? VK_UP
                         : key == L"space" ? VK_SPACE
+                        : key == L"tab"   ? VK_TAB
                                           : 0;
     if (control == nullptr || code == 0)
         return false;
@@ -512,8 +513,9 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
         {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
-        {L"key", "ID down|up|space", "Press the key in control ID (at any depth).", T::kDialog,
-         Key},
+        {L"key", "ID down|up|space|tab",
+         "Press the key in control ID (at any depth); the host's loop gives Tab to the dialog.",
+         T::kDialog, Key},
         {L"menu-dump", "",
          "The open context menu: MENU-POPUP items, MENU-ENTRY index id text "
          "enabled (or separator=1) per item.",
