@@ -197,6 +197,13 @@ BOOL CDialog::OnCommand(WPARAM w, LPARAM l) {
     return FALSE;
 }
 
+// A child dialog made to be a page of another (DS_CONTROL): the dialog manager takes its
+// controls into the outer dialog's Tab order.
+bool CDialog::IsPageInDialog() const {
+    return (GetWindowLongW(hwnd_, GWL_STYLE) & WS_CHILD) != 0 &&
+           (GetWindowLongW(hwnd_, GWL_EXSTYLE) & WS_EX_CONTROLPARENT) != 0;
+}
+
 INT_PTR CDialog::Handle(UINT message, WPARAM w, LPARAM l) {
     if (message == WM_INITDIALOG) {
         ExecuteDlgInit();
@@ -209,6 +216,13 @@ INT_PTR CDialog::Handle(UINT message, WPARAM w, LPARAM l) {
         if (handled && IsWindow(self))
             SetWindowLongPtrW(self, DWLP_MSGRESULT, 0);
         return handled;
+    }
+    if (message == WM_NEXTDLGCTL && l == 0 && IsPageInDialog()) {
+        // A multi-line edit box passes its Tab to its own parent: in a page that is us, and
+        // the next control is for the dialog around the page to find, or Tab would stay
+        // going round inside the page.
+        SendMessageW(GetParent(hwnd_), WM_NEXTDLGCTL, w, 0);
+        return TRUE;
     }
     LRESULT result = 0;
     if (const MessageMap* map = GetMessageMap()) {

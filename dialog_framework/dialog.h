@@ -76,6 +76,7 @@ protected:
 private:
     static INT_PTR CALLBACK DialogProc(HWND hwnd, UINT message, WPARAM w, LPARAM l);
     INT_PTR Handle(UINT message, WPARAM w, LPARAM l);
+    bool IsPageInDialog() const;
     // WM_COMMAND: the message map's command entries, then OK and Cancel. TRUE when handled.
     BOOL OnCommand(WPARAM w, LPARAM l);
     void ExecuteDlgInit();

@@ -309,6 +309,7 @@ bool Key(ScriptStep& step) {
                         : key == L"up"     ? VK_UP
                         : key == L"space"  ? VK_SPACE
                         : key == L"return" ? VK_RETURN
+                        : key == L"tab"    ? VK_TAB
                                            : 0;
     if (control == nullptr || code == 0)
         return false;
@@ -583,7 +584,8 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
         {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
          T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
-        {L"key", "ID down|up|space|return", "Press the key in control ID (at any depth).",
+        {L"key", "ID down|up|space|return|tab",
+         "Press the key in control ID (at any depth); the host's loop gives Tab to the dialog.",
          T::kDialog, Key},
         {L"menu-dump", "",
          "The open context menu: MENU-POPUP items, MENU-ENTRY index id text "

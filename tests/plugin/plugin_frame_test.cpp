@@ -4,6 +4,8 @@
 // end (tests/integration/translation_numbers_test.py).
 #include <gtest/gtest.h>
 #include <windows.h>
+// After <windows.h>, which it needs.
+#include <commctrl.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +16,9 @@
 #include <vector>
 
 #include "hrx/hrxcore.h"
+#include "hrx/hrxui.h"
 #include "plugin/host_records.h"
+#include "res/resource_ids.h"
 
 // Expected records name their leading fields; the rest is zero.
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
@@ -27,6 +31,7 @@ struct Call {
     std::vector<uint8_t> record;  // the first argument's bytes, when it is a record
     intptr_t first;
     intptr_t second;
+    HANDLE context = nullptr;  // the activation context the call came under
 };
 
 std::vector<Call> g_calls;
@@ -35,8 +40,16 @@ std::wstring g_throwIn;  // a service that throws, as a host out of memory would
 constexpr intptr_t kSettingsHandle = 0x5E77;
 const wchar_t kSettingsPath[] = L"C:\\hostdata\\settings\\tarnik.ini";
 
+// The handle only names the context: whoever activated it keeps it alive.
+HANDLE CurrentContext() {
+    HANDLE context = nullptr;
+    if (GetCurrentActCtx(&context) && context != nullptr)
+        ReleaseActCtx(context);
+    return context;
+}
+
 intptr_t RecordingCall(const wchar_t* service, intptr_t first, intptr_t second) {
-    Call call{service, {}, first, second};
+    Call call{service, {}, first, second, CurrentContext()};
     // These records state their own size in their first four bytes.
     for (const wchar_t* withRecord :
          {L"HRX/Log", L"HRX/Settings/GetMyConfigFile", L"SMST/Register", L"HRX/Menu/Add"}) {
@@ -63,7 +76,7 @@ intptr_t RecordingCall(const wchar_t* service, intptr_t first, intptr_t second) 
 }
 
 intptr_t RecordingExists(const wchar_t* service) {
-    g_calls.push_back({std::wstring(L"exists ") + service, {}, 0, 0});
+    g_calls.push_back({std::wstring(L"exists ") + service, {}, 0, 0, CurrentContext()});
     return g_smsPresent && std::wstring(service).rfind(L"SMST/", 0) == 0 ? 1 : 0;
 }
 
@@ -274,6 +287,139 @@ TEST_F(PluginFrame, CallbacksRefuseUnusableRequestsAndNoExceptionReachesTheHost)
         EXPECT_EQ(menu.callback(0, 0), 0);
         EXPECT_EQ(unload_(), 0);
     }
+}
+
+// The archive page as the host's menu opens it: the plug-in loaded, its menu entry used.
+HWND OpenArchivePage(const Call& menuAdd) {
+    MenuItemDef menu;
+    std::memcpy(&menu, menuAdd.record.data(), sizeof menu);
+    EXPECT_EQ(menu.callback(0, 0), 0);
+    struct Search {
+        HWND found = nullptr;
+    } search;
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM l) {
+            wchar_t caption[64] = {};
+            GetWindowTextW(window, caption, 64);
+            if (std::wstring(caption) != L"Komunikacja z telefonem GSM")
+                return TRUE;
+            reinterpret_cast<Search*>(l)->found = window;
+            return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+// Wine's comctl32 reports 5.81 from DllGetVersion under any context, so version 6 shows in
+// what its controls do: only a version 6 button answers BCM_GETIDEALSIZE, and only under
+// version 6 is an edit box comctl32's rather than user32's.
+bool OnCommonControls6(HWND button, HWND edit) {
+    SIZE ideal{};
+    const bool buttonV6 =
+        SendMessageW(button, BCM_GETIDEALSIZE, 0, reinterpret_cast<LPARAM>(&ideal)) != 0;
+    HMODULE owner = nullptr;
+    GetModuleHandleExW(
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+        reinterpret_cast<LPCWSTR>(GetWindowLongPtrW(edit, GWLP_WNDPROC)), &owner);
+    const bool editV6 = owner != nullptr && owner == GetModuleHandleW(L"comctl32.dll");
+    EXPECT_EQ(buttonV6, editV6) << "the button and the edit box disagree";
+    return buttonV6 && editV6;
+}
+
+// The plug-in's windows run on common controls 6 from its own manifest while the host's
+// do not, every call from the host runs under the plug-in's context, and the caller's
+// comes back afterwards, also when the call ends in an exception.
+TEST_F(PluginFrame, OwnActivationContextForEveryCallFromTheHost) {
+    HWND hostButton = CreateWindowExW(0, WC_BUTTONW, L"x", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
+                                      nullptr, nullptr);
+    HWND hostEdit = CreateWindowExW(0, WC_EDITW, L"", WS_POPUP | ES_MULTILINE, 0, 0, 10, 10,
+                                    nullptr, nullptr, nullptr, nullptr);
+    EXPECT_FALSE(OnCommonControls6(hostButton, hostEdit));
+    DestroyWindow(hostButton);
+    DestroyWindow(hostEdit);
+
+    ASSERT_EQ(CurrentContext(), nullptr);
+    load_(0, &table_);
+    const HANDLE ours = g_calls.front().context;
+    EXPECT_NE(ours, nullptr);
+    for (const Call& call : g_calls)
+        EXPECT_EQ(call.context, ours) << call.service;
+    EXPECT_EQ(CurrentContext(), nullptr);
+
+    HWND page = OpenArchivePage(g_calls.back());
+    ASSERT_NE(page, nullptr);
+    HWND download = FindWindowExW(page, nullptr, L"#32770", nullptr);  // the download page
+    EXPECT_TRUE(OnCommonControls6(GetDlgItem(page, IDOK), GetDlgItem(download, IDC_MESSAGE_TEXT)));
+    EXPECT_EQ(CurrentContext(), nullptr);
+
+    // A caller with a context of its own gets it back from a call that threw. Any context
+    // will do for the caller's: this one is made from the plug-in's manifest again.
+    wchar_t path[MAX_PATH];
+    GetModuleFileNameW(module_, path, MAX_PATH);
+    ACTCTXW own{};
+    own.cbSize = sizeof own;
+    own.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
+    own.lpSource = path;
+    own.hModule = module_;
+    own.lpResourceName = MAKEINTRESOURCEW(2);
+    const HANDLE callers = CreateActCtxW(&own);
+    ASSERT_NE(callers, INVALID_HANDLE_VALUE);
+    ULONG_PTR cookie = 0;
+    ASSERT_TRUE(ActivateActCtx(callers, &cookie));
+    g_calls.clear();
+    g_throwIn = L"HRX/Settings/Write";
+    EXPECT_EQ(unload_(), 0);
+    ASSERT_EQ(g_calls.size(), 1u);
+    EXPECT_EQ(g_calls[0].context, ours);
+    EXPECT_EQ(CurrentContext(), callers);
+    DeactivateActCtx(0, cookie);
+    ReleaseActCtx(callers);
+}
+
+// Tab and Shift+Tab through the archive page's dialog manager, as the host's message loop
+// hands it the keys, go through the download page's controls as well as the page's own.
+TEST_F(PluginFrame, TabReachesTheDownloadPagesControls) {
+    load_(0, &table_);
+    HWND page = OpenArchivePage(g_calls.back());
+    ASSERT_NE(page, nullptr);
+    const auto press = [page](bool shift) {
+        BYTE keys[256];
+        GetKeyboardState(keys);
+        keys[VK_SHIFT] = shift ? 0x80 : 0;
+        SetKeyboardState(keys);
+        PostMessageW(GetFocus(), WM_KEYDOWN, VK_TAB, 1);
+        PostMessageW(GetFocus(), WM_KEYUP, VK_TAB, 0xC0000001);
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            if (!IsDialogMessageW(page, &message)) {
+                TranslateMessage(&message);
+                DispatchMessageW(&message);
+            }
+        }
+        keys[VK_SHIFT] = 0;
+        SetKeyboardState(keys);
+        return GetDlgCtrlID(GetFocus());
+    };
+    struct Case {
+        const char* name;
+        bool shift;
+        std::vector<int> stops;  // from the close button on, round to it again
+    };
+    for (const Case& c : {
+             Case{"Tab", false, {hrx::kUINavigationId, IDC_MESSAGE_LIST, IDC_MESSAGE_TEXT, IDOK}},
+             Case{"Shift+Tab",
+                  true,
+                  {IDC_MESSAGE_TEXT, IDC_MESSAGE_LIST, hrx::kUINavigationId, IDOK}},
+         }) {
+        SCOPED_TRACE(c.name);
+        SetFocus(GetDlgItem(page, IDOK));
+        std::vector<int> stops;
+        for (size_t i = 0; i < c.stops.size(); ++i)
+            stops.push_back(press(c.shift));
+        EXPECT_EQ(stops, c.stops);
+    }
+    EXPECT_EQ(unload_(), 0);
 }
 
 }  // namespace
