@@ -13,7 +13,7 @@ usage: download_e2e_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR
 import sys
 import time
 
-from wine_phone import HERE, blocks, com_profile, data_file, dumps, lines_of, phone_on_com
+from wine_phone import HERE, blocks, com_profile, data_file, dumps, expect, lines_of, phone_on_com
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 PAGE = "expect Komunikacja z telefonem GSM"
@@ -39,11 +39,6 @@ WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "s
          "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "select-rows 0",
          "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "esc", "wait 500",
          "menu", PAGE, "menu", "rows", "click 1", "wait 500", "menu", PAGE, "rows"]
-
-
-def expect(condition, what):
-    if not condition:
-        raise AssertionError(what)
 
 
 def ints(text):
