@@ -38,7 +38,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "integration"))
 from e2e_send import send  # noqa: E402
-from wine_phone import com_profile, lines_of, phone_on_com  # noqa: E402
+from wine_phone import com_profile, lines_of, phone_on_com, started_phone  # noqa: E402
 
 BYTE_S = 87e-6  # the emulator's pace: 115200 baud, 8N1
 POLL_MS = 100
@@ -134,31 +134,20 @@ def plugin_download(bin_dir, native_dir, store):
 
 def gammu(native_dir, config, *args):
     """Runs gammu with `args` against a fresh emulator; (wall ms, bytes in, bytes out)."""
-    with tempfile.TemporaryDirectory() as work:
-        conf, link, log = (os.path.join(work, n) for n in ("phone.conf", "phone", "phone.log"))
-        with open(conf, "w") as f:
-            f.write(config)
-        rc = os.path.join(work, "gammurc")
+    with started_phone(os.path.join(native_dir, "phone", "tarnik-phone"), config) as phone:
+        rc = os.path.join(phone.work, "gammurc")
         with open(rc, "w") as f:
-            f.write("[gammu]\nport = %s\nconnection = at115200\n" % link)
-        phone = subprocess.Popen([os.path.join(native_dir, "phone", "tarnik-phone"), "--link",
-                                  link, "--config", conf, "--log", log])
-        try:
-            while not os.path.exists(link):
-                time.sleep(0.01)
-            started = now_ms()
-            run = subprocess.run(["gammu", "-c", rc, *args], capture_output=True, text=True,
-                                 timeout=900)
-            wall = now_ms() - started
-        finally:
-            time.sleep(0.2)
-            phone.terminate()
-            phone.wait()
-        if run.returncode != 0:
-            sys.exit("gammu %s failed:\n%s" % (" ".join(args), run.stderr[-1500:]))
-        with open(log, errors="replace") as f:
-            into, out = line_bytes(f.read().splitlines())
-        return wall, into, out, run.stdout
+            f.write("[gammu]\nport = %s\nconnection = at115200\n" % phone.link)
+        started = now_ms()
+        run = subprocess.run(["gammu", "-c", rc, *args], capture_output=True, text=True,
+                             timeout=900)
+        wall = now_ms() - started
+        time.sleep(0.2)
+        phone.stop()
+        into, out = line_bytes(phone.log())
+    if run.returncode != 0:
+        sys.exit("gammu %s failed:\n%s" % (" ".join(args), run.stderr[-1500:]))
+    return wall, into, out, run.stdout
 
 
 def plugin_send(bin_dir, native_dir, text):

@@ -2,10 +2,10 @@
 
 namespace dlg {
 
-std::wstring Window::Text() const {
-    const int length = GetWindowTextLengthW(hwnd_);
+std::wstring WindowText(HWND window) {
+    const int length = GetWindowTextLengthW(window);
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');
-    const int copied = GetWindowTextW(hwnd_, text.data(), length + 1);
+    const int copied = GetWindowTextW(window, text.data(), length + 1);
     text.resize(static_cast<size_t>(copied > 0 ? copied : 0));
     return text;
 }

@@ -10,6 +10,9 @@
 
 namespace dlg {
 
+// The whole text of any window.
+std::wstring WindowText(HWND window);
+
 class Window {
 public:
     HWND hwnd() const { return hwnd_; }
@@ -17,7 +20,7 @@ public:
     void Detach() { hwnd_ = nullptr; }
     bool IsEnabled() const { return IsWindowEnabled(hwnd_) != FALSE; }
     void Enable(bool enable) { EnableWindow(hwnd_, enable ? TRUE : FALSE); }
-    std::wstring Text() const;
+    std::wstring Text() const { return WindowText(hwnd_); }
     void SetText(const std::wstring& text) { SetWindowTextW(hwnd_, text.c_str()); }
     LRESULT Send(UINT message, WPARAM w = 0, LPARAM l = 0) const {
         return SendMessageW(hwnd_, message, w, l);

@@ -13,7 +13,9 @@
 #include <optional>
 #include <string>
 
+#include "dialog_framework/controls.h"
 #include "host/files/files.h"
+#include "host/text/utf8.h"
 
 namespace hrx {
 
@@ -30,17 +32,6 @@ hrx::CTranslation translation;
 std::map<std::wstring, std::wstring> translations;
 // Texts made from a pattern, by key and default, kept as long as the others.
 std::map<std::wstring, std::wstring> patterned;
-
-std::wstring WideFromUtf8(const std::string& text) {
-    if (text.empty()) {
-        return {};
-    }
-    const int length = static_cast<int>(text.size());
-    const int needed = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(needed), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), needed);
-    return wide;
-}
 
 std::wstring Unescape(const std::wstring& text) {
     std::wstring out;
@@ -89,9 +80,9 @@ void LoadTranslations() {
         if (equals == std::string::npos) {
             continue;
         }
-        const std::wstring key = Trim(WideFromUtf8(line.substr(0, equals)));
+        const std::wstring key = Trim(tarnik::host::WideFromUtf8(line.substr(0, equals)));
         if (!key.empty()) {
-            translations[key] = Unescape(WideFromUtf8(line.substr(equals + 1)));
+            translations[key] = Unescape(tarnik::host::WideFromUtf8(line.substr(equals + 1)));
         }
     }
 }
@@ -127,12 +118,6 @@ std::wstring FromPattern(const std::wstring& pattern, const std::wstring& key,
     return out;
 }
 
-std::wstring WindowText(HWND window) {
-    wchar_t text[1024] = {};
-    GetWindowTextW(window, text, 1024);
-    return text;
-}
-
 // A window's text by its key: the listed one, or the pattern applied to what the window
 // shows. A control without text keeps none; a dialog gets one even without a caption, so
 // that a page inside another still shows its number.
@@ -140,7 +125,7 @@ void TranslateWindow(HWND window, const std::wstring& key, bool dialog) {
     if (const std::wstring* text = Find(key)) {
         SetWindowTextW(window, text->c_str());
     } else if (const std::wstring* pattern = PatternOf(key)) {
-        const std::wstring shown = WindowText(window);
+        const std::wstring shown = dlg::WindowText(window);
         if (dialog || !shown.empty())
             SetWindowTextW(window, FromPattern(*pattern, key, shown).c_str());
     }

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 
+#include "host/text/base64.h"
+
 namespace {
 
 // A null text converts like an empty one: the caller always gets a buffer to delete[].
@@ -35,9 +37,8 @@ constexpr std::array<int8_t, 256> MakeBase64Table() {
     for (auto& v : table) {
         v = kStop;
     }
-    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (int8_t v = 0; v < 64; ++v) {
-        table[static_cast<unsigned char>(alphabet[v])] = v;
+        table[static_cast<unsigned char>(tarnik::host::kBase64Alphabet[v])] = v;
     }
     for (char blank : {' ', '\t', '\r', '\n'}) {
         table[static_cast<unsigned char>(blank)] = kBlank;

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "dialog_driver.h"
+#include "fields.h"
 #include "host.h"
-#include "text.h"
 
 namespace tarnik::host {
 

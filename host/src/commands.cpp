@@ -5,7 +5,10 @@
 
 #include "archive_page_command.h"
 #include "configure_command.h"
+#include "fields.h"
 #include "host.h"
+#include "host/text/base64.h"
+#include "host/text/utf8.h"
 #include "send_window.h"
 #include "text.h"
 

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "dialog_driver.h"
+#include "fields.h"
 #include "host.h"
-#include "text.h"
+#include "host/text/base64.h"
+#include "host/text/utf8.h"
 
 namespace tarnik::host {
 

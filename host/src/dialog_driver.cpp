@@ -6,8 +6,10 @@
 #include <sstream>
 #include <vector>
 
+#include "dialog_framework/controls.h"
+#include "fields.h"
+#include "host/text/utf8.h"
 #include "output.h"
-#include "text.h"
 
 namespace tarnik::host {
 
@@ -40,14 +42,6 @@ std::wstring ClassOf(HWND window) {
     return cls;
 }
 
-std::wstring TextOf(HWND window) {
-    const int length = GetWindowTextLengthW(window);
-    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
-    GetWindowTextW(window, text.data(), length + 1);
-    text.resize(static_cast<size_t>(length));
-    return text;
-}
-
 // The rest of a step after its verb, without the blank that separates them.
 std::wstring Rest(std::wistream& in) {
     std::wstring rest;
@@ -63,7 +57,7 @@ HWND WaitForWindow(const wchar_t* cls, bool enabled, int attempts,
                    const std::wstring* caption = nullptr) {
     for (int i = 0; i < attempts; ++i) {
         HWND found = TopWindow(cls, enabled);
-        if (found != nullptr && (caption == nullptr || TextOf(found) == *caption))
+        if (found != nullptr && (caption == nullptr || dlg::WindowText(found) == *caption))
             return found;
         Sleep(100);
     }
@@ -158,13 +152,13 @@ std::string ListBoxItems(HWND list) {
 
 bool Dump(ScriptStep& step) {
     const HWND dialog = step.window;
-    step.output.Print("DIALOG caption=" + Quote(TextOf(dialog)));
+    step.output.Print("DIALOG caption=" + Quote(dlg::WindowText(dialog)));
     for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
          child = GetWindow(child, GW_HWNDNEXT)) {
         std::string line = "CONTROL id=" + std::to_string(GetDlgCtrlID(child)) +
                            " class=" + Quote(ClassOf(child)) +
                            " enabled=" + (IsWindowEnabled(child) ? "1" : "0") +
-                           " text=" + Quote(TextOf(child));
+                           " text=" + Quote(dlg::WindowText(child));
         if (IsButton(child)) {
             const LONG style = GetWindowLongW(child, GWL_STYLE) & BS_TYPEMASK;
             if (style == BS_AUTOCHECKBOX || style == BS_CHECKBOX) {
@@ -204,7 +198,7 @@ bool Layout(ScriptStep& step) {
     // become with this machine's fonts.
     RECT units{0, 0, 4, 8};
     MapDialogRect(dialog, &units);
-    step.output.Print("LAYOUT caption=" + Quote(TextOf(dialog)) + " client=" +
+    step.output.Print("LAYOUT caption=" + Quote(dlg::WindowText(dialog)) + " client=" +
                       std::to_string(client.right) + "," + std::to_string(client.bottom) +
                       " units=" + std::to_string(units.right) + "," + std::to_string(units.bottom));
     std::vector<HWND> windows;
@@ -218,8 +212,13 @@ bool Layout(ScriptStep& step) {
     for (HWND window : windows) {
         step.output.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
                           " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
+<<<<<<< HEAD
                           " visible=" + (IsWindowVisible(window) ? "1" : "0") + " text=" +
                           Quote(TextOf(window)) + (IsListBox(window) ? ListBoxItems(window) : ""));
+=======
+                          " visible=" + (IsWindowVisible(window) ? "1" : "0") +
+                          " text=" + Quote(dlg::WindowText(window)));
+>>>>>>> house
     }
     return true;
 }
@@ -292,11 +291,17 @@ bool WaitText(ScriptStep& step) {
     const std::wstring text = Rest(step.words);
     for (int i = 0; i < kExpectAttempts; ++i) {
         HWND control = FindControl(step.window, static_cast<int>(id));
-        if (control != nullptr && TextOf(control) == text)
+        if (control != nullptr && dlg::WindowText(control) == text)
             return true;
         Sleep(100);
     }
     return false;
+}
+
+// A key pressed and let go while `window` has the focus.
+void Press(HWND window, WPARAM key) {
+    PostMessageW(window, WM_KEYDOWN, key, 1);
+    PostMessageW(window, WM_KEYUP, key, 0xC0000001);
 }
 
 bool Key(ScriptStep& step) {
@@ -313,8 +318,7 @@ bool Key(ScriptStep& step) {
                                            : 0;
     if (control == nullptr || code == 0)
         return false;
-    PostMessageW(control, WM_KEYDOWN, code, 1);
-    PostMessageW(control, WM_KEYUP, code, 0xC0000001);
+    Press(control, code);
     return true;
 }
 
@@ -456,11 +460,6 @@ bool ClickRow(ScriptStep& step, bool right) {
     SetCursorPos(screen.x, screen.y);
     MouseClick(list, at, right);
     return true;
-}
-
-void Press(HWND window, WPARAM key) {
-    PostMessageW(window, WM_KEYDOWN, key, 1);
-    PostMessageW(window, WM_KEYUP, key, 0xC0000001);
 }
 
 bool MenuDump(ScriptStep& step) {

@@ -1,8 +1,8 @@
 #include "function_table.h"
 
+#include "fields.h"
 #include "host.h"
 #include "modules.h"
-#include "text.h"
 
 namespace tarnik::host {
 

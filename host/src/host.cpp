@@ -1,6 +1,5 @@
 #include "host.h"
-
-#include "text.h"
+#include "host/text/utf8.h"
 
 namespace tarnik::host {
 

@@ -12,8 +12,8 @@
 #include "dialog_driver.h"
 #include "host.h"
 #include "host/files/files.h"
+#include "host/text/utf8.h"
 #include "services.h"
-#include "text.h"
 
 using namespace tarnik::host;
 

@@ -1,8 +1,9 @@
 #include "modules.h"
 
+#include "fields.h"
 #include "host/files/files.h"
+#include "host/text/utf8.h"
 #include "output.h"
-#include "text.h"
 
 namespace tarnik::host {
 

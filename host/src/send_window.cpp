@@ -4,8 +4,9 @@
 
 #include <vector>
 
+#include "fields.h"
 #include "host.h"
-#include "text.h"
+#include "host/text/utf8.h"
 
 namespace tarnik::host {
 

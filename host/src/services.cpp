@@ -9,9 +9,10 @@
 #include <initializer_list>
 #include <iterator>
 
+#include "fields.h"
 #include "host.h"
 #include "host/files/files.h"
-#include "text.h"
+#include "host/text/utf8.h"
 
 namespace tarnik::host {
 

@@ -4,10 +4,11 @@
 #include <cwchar>
 #include <type_traits>
 
+#include "fields.h"
 #include "host/files/files.h"
+#include "host/text/utf8.h"
 #include "hrx/hrxutil.h"
 #include "output.h"
-#include "text.h"
 
 namespace tarnik::host {
 

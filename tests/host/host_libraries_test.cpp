@@ -9,10 +9,9 @@
 #include <cstring>
 #include <string>
 
+#include "dialog_framework/controls.h"
 #include "hrx/hrxcore.h"
 #include "hrx/hrxutil.h"
-
-std::wstring WindowText(HWND window);  // in hrxui_test.cpp
 
 namespace {
 
@@ -156,7 +155,7 @@ TEST_F(Binding, TranslatesADialogsCaptionAndItsOwnControls) {
          {std::pair(L"Tarnik", 1053u), std::pair(L"Tarnik", 1056u), std::pair(L"Wzór", 7u)}) {
         hrx::g_pTrans->translateHwnd(module, id, dialog);
         for (const HWND window : {dialog, connect, other, inner, empty}) {
-            texts += WindowText(window) + L"|";
+            texts += dlg::WindowText(window) + L"|";
         }
         texts += L"\n";
     }

@@ -11,12 +11,7 @@
 #include <string>
 #include <vector>
 
-// Shared with hrxcore_test.cpp.
-std::wstring WindowText(HWND window) {
-    wchar_t text[256] = {};
-    GetWindowTextW(window, text, 256);
-    return text;
-}
+#include "dialog_framework/controls.h"
 
 namespace {
 
@@ -212,7 +207,7 @@ TEST(UIWin7Dialog, HeaderAndContentAreaFollowEveryResize) {
               std::pair(hrx::kUIHeaderSubtitleId, L"Opcja umożliwia archiwizację.")}) {
             HWND header = GetDlgItem(self, id);
             ASSERT_NE(header, nullptr);
-            EXPECT_EQ(WindowText(header), text);
+            EXPECT_EQ(dlg::WindowText(header), text);
             EXPECT_NE(GetWindowLongPtrW(header, GWL_STYLE) & WS_VISIBLE, 0);
             EXPECT_LE(InParent(header)[3], area.y);  // above the content area, not under it
         }

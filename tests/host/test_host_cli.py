@@ -10,10 +10,8 @@ import shutil
 import subprocess
 import sys
 
-
-def windows_path(path):
-    """Wine's Z: drive is the Unix root."""
-    return "Z:" + os.path.abspath(path).replace("/", "\\")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "integration"))
+from wine_phone import windows_path  # noqa: E402
 
 
 def normalized(out, paths):

@@ -16,7 +16,7 @@ import os
 import sys
 import time
 
-from wine_phone import HERE, blocks, com_profile, data_file, dumps, lines_of, phone_on_com
+from wine_phone import HERE, blocks, com_profile, data_file, dumps, expect, lines_of, phone_on_com
 
 sys.path.insert(0, os.path.join(HERE, "..", "ui"))
 from dialog_templates import differences  # noqa: E402
@@ -52,11 +52,6 @@ WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "l
          "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "select-rows 0",
          "row-rclick 0", "menu-choose 1002", "expect Zapisano", "ok", PAGE, "esc", "wait 500",
          "menu", PAGE, "menu", "rows", "click 1", "wait 500", "menu", PAGE, "rows"]
-
-
-def expect(condition, what):
-    if not condition:
-        raise AssertionError(what)
 
 
 def ints(text):

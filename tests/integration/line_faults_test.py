@@ -14,7 +14,7 @@ import sys
 import time
 
 from e2e_send import Outcome
-from wine_phone import HERE, com_profile, data_file, lines_of, phone_on_com
+from wine_phone import HERE, com_profile, data_file, expect, lines_of, phone_on_com
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 only = sys.argv[3] if len(sys.argv) > 3 else ""
@@ -58,11 +58,6 @@ def run(case):
     expect((flooded > 0) == ("endless" in case[kind]) and flooded < 2 * CAP,
            "%d bytes flooded" % flooded)
     return (times[1] - times[0] if times else o.send_ms) / 1000.0, flooded
-
-
-def expect(condition, what):
-    if not condition:
-        raise AssertionError(what)
 
 
 failed = 0

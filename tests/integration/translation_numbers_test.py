@@ -14,19 +14,14 @@ import os
 import sys
 import tempfile
 
-from wine_phone import (ROOT, com_profile, dumps, fields, like, lines_of, missing_in_order,
-                        phone_on_com, windows_path)
+from wine_phone import (ROOT, com_profile, dumps, expect, fields, like, lines_of,
+                        missing_in_order, phone_on_com, windows_path)
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 PAGE = "expect [1052]Komunikacja z telefonem GSM"
 CHOOSER = "[1054]Ustawienia"
 PHONE = "[submit]\noutcome = cms 42\n[report]\ndelay_ms = 2500\nstatus = 0, 70\n"
 UNKNOWN_PORT = 255  # no COM port of that number is ever listed
-
-
-def expect(condition, what):
-    if not condition:
-        raise AssertionError(what)
 
 
 def check(out):

@@ -1,7 +1,8 @@
-"""The phone emulator as a COM port, the test host run against it, and readers of the
-host's output. tarnik-phone serves a pty; a dosdevices link makes it COM<port> for Windows
-programs under Wine (TARNIK_COM<port> for the native link library), so the real
-linkcom.mdl carries the bytes. Shared by the end-to-end tests and measurements."""
+"""What the test drivers and measurements share: starting the phone emulator, as a COM
+port too, running the test host, reading the host's output and matching expected lines.
+tarnik-phone serves a pty; a dosdevices link makes it COM<port> for Windows programs under
+Wine (TARNIK_COM<port> for the native link library), so the real linkcom.mdl carries the
+bytes."""
 import codecs
 import contextlib
 import json
@@ -9,6 +10,7 @@ import os
 import random
 import re
 import subprocess
+import sys
 import tempfile
 import time
 
@@ -16,6 +18,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 WINE_RUN = os.path.join(ROOT, "scripts", "wine-run.sh")
 PREFIX = os.environ.get("WINEPREFIX") or os.path.expanduser("~/.wine-tarnik")
+START_SECONDS = 5  # for the phone's link to appear
+STOP_SECONDS = 5  # for the phone to end on SIGTERM before it is killed
 
 
 def windows_path(path):
@@ -44,56 +48,100 @@ def com_profile(port, report=False, kind=2):
 
 
 class Phone:
-    """A running phone: its COM port number, its work folder and its log lines."""
+    """A running tarnik-phone with its pty link, work folder and log. Under phone_on_com
+    it also has the COM port number that leads to it."""
 
-    def __init__(self, work, port, log):
-        self.work, self.port, self.log_path = work, port, log
+    def __init__(self, program, config, work, port=None):
+        self.work, self.port = work, port
+        self.link, self.log_path, self.errors_path = (
+            os.path.join(work, n) for n in ("phone", "phone.log", "phone.err"))
+        with open(os.path.join(work, "phone.conf"), "w") as f:
+            f.write(config)
+        with open(self.errors_path, "wb") as errors:
+            self.process = subprocess.Popen([program, "--link", self.link, "--log", self.log_path,
+                                             "--config", f.name], stderr=errors)
+        deadline = time.monotonic() + START_SECONDS
+        while not os.path.islink(self.link):
+            if self.process.poll() is not None or time.monotonic() > deadline:
+                self.stop()
+                raise RuntimeError("tarnik-phone failed: " + self.errors())
+            time.sleep(0.01)
 
     def log(self):
         with open(self.log_path, encoding="utf-8", errors="replace") as f:
             return f.read().splitlines()
 
+    def errors(self):
+        with open(self.errors_path, encoding="utf-8", errors="replace") as f:
+            return f.read()
+
+    def stop(self):
+        """Ends the phone: SIGTERM, then SIGKILL if it has not gone within STOP_SECONDS, so
+        that a phone that hangs cannot hold the test. Its exit status."""
+        if self.process.poll() is None:
+            self.process.terminate()
+            try:
+                self.process.wait(timeout=STOP_SECONDS)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+        return self.process.returncode
+
     def host(self, bin_dir, *args, timeout=300):
         """Runs tarnik-host with a data folder of this phone's work folder; returns
         (stdout, stderr, seconds)."""
-        data = windows_path(os.path.join(self.work, "hostdata"))
-        started = time.monotonic()
-        run = subprocess.run([WINE_RUN, os.path.join(bin_dir, "tarnik-host.exe"), "--data", data,
-                              *args], capture_output=True, timeout=timeout)
-        return (run.stdout.decode("utf-8", "replace").replace("\r", ""),
-                run.stderr.decode("utf-8", "replace"), time.monotonic() - started)
+        return run_host(bin_dir, os.path.join(self.work, "hostdata"), *args, timeout=timeout)
+
+
+@contextlib.contextmanager
+def started_phone(program, config):
+    """A Phone in a scratch folder of its own, stopped and its folder removed on leaving."""
+    with tempfile.TemporaryDirectory(prefix="tarnik-phone-") as work:
+        started = Phone(program, config, work)
+        try:
+            yield started
+        finally:
+            started.stop()
+            sys.stderr.write(started.errors())
+
+
+def run_host(bin_dir, data, *args, timeout=300, env=None):
+    """Runs bin_dir's tarnik-host under Wine with the data folder `data` (a Unix path);
+    returns (stdout without carriage returns, stderr, seconds)."""
+    started = time.monotonic()
+    run = subprocess.run([WINE_RUN, os.path.join(bin_dir, "tarnik-host.exe"), "--data",
+                          windows_path(data), *args], capture_output=True, timeout=timeout,
+                         env=env)
+    return (run.stdout.decode("utf-8", "replace").replace("\r", ""),
+            run.stderr.decode("utf-8", "replace"), time.monotonic() - started)
 
 
 @contextlib.contextmanager
 def phone_on_com(native_dir, config, port=None, wine=True):
     """Starts tarnik-phone with the configuration text `config` behind COM<port> (a free
     one unless given): a link in the Wine prefix, and natively TARNIK_COM<port>."""
-    phone_bin = os.path.join(native_dir, "phone", "tarnik-phone")
     port = port or random.randint(60, 250)
     comlink = os.path.join(PREFIX, "dosdevices", "com%d" % port)
-    with tempfile.TemporaryDirectory() as work:
-        conf, link, log = (os.path.join(work, n) for n in ("phone.conf", "phone", "phone.log"))
-        with open(conf, "w") as f:
-            f.write(config)
-        process = subprocess.Popen([phone_bin, "--link", link, "--config", conf, "--log", log])
-        os.environ["TARNIK_COM%d" % port] = link
+    with started_phone(os.path.join(native_dir, "phone", "tarnik-phone"), config) as started:
+        started.port = port
+        os.environ["TARNIK_COM%d" % port] = started.link
         try:
-            for _ in range(50):
-                if os.path.exists(link):
-                    break
-                time.sleep(0.1)
             if wine:
                 ensure_prefix()
                 os.makedirs(os.path.dirname(comlink), exist_ok=True)
                 if os.path.lexists(comlink):
                     os.unlink(comlink)
-                os.symlink(link, comlink)
-            yield Phone(work, port, log)
+                os.symlink(started.link, comlink)
+            yield started
         finally:
-            process.terminate()
-            process.wait()
             if wine and os.path.lexists(comlink):
                 os.unlink(comlink)
+
+
+def expect(condition, what):
+    """Fails the check in hand with `what` as the reason unless `condition` holds."""
+    if not condition:
+        raise AssertionError(what)
 
 
 FIELD = re.compile(r'([\w*]+)=("(?:[^"\\]|\\.)*"\S*|\S*)')

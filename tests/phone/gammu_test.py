@@ -8,7 +8,8 @@ import subprocess
 import sys
 import unittest
 
-from phone_session_test import Phone
+from phone_session_test import PROGRAM
+from wine_phone import started_phone
 
 CONFIG = """
 manufacturer = TARNIK
@@ -22,9 +23,8 @@ deliver = 1 +48609999888 Kept in the phone
 
 class GammuTest(unittest.TestCase):
     def test_identify_send_and_list(self):
-        phone = Phone(CONFIG)
-        self.addCleanup(phone.close)
-        rc = os.path.join(phone.dir, "gammurc")
+        phone = self.enterContext(started_phone(PROGRAM, CONFIG))
+        rc = os.path.join(phone.work, "gammurc")
         with open(rc, "w") as f:
             f.write("[gammu]\ndevice = %s\nconnection = at\n" % phone.link)
 

@@ -4,57 +4,22 @@ case of tests/data/phone_sessions.txt is one phone config and the dialogue held 
 import os
 import re
 import select
-import shutil
 import signal
-import subprocess
+import sys
 import tempfile
 import time
 import tty
 import unittest
+import unittest.mock
 
-SESSIONS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "data",
-                        "phone_sessions.txt")
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "integration"))
+import wine_phone  # noqa: E402
+from wine_phone import started_phone  # noqa: E402
+
+SESSIONS = os.path.join(HERE, "..", "data", "phone_sessions.txt")
+PROGRAM = os.environ.get("TARNIK_PHONE", "tarnik-phone")
 FRAMES = {"<": (b"\r\n", b"\r\n"), "|": (b"", b"\r\n"), "<:": (b"", b"")}
-
-
-class Phone:
-    """One tarnik-phone with its own link, config and log in a scratch directory."""
-
-    def __init__(self, config):
-        self.dir = tempfile.mkdtemp(prefix="tarnik-phone-")
-        self.link = os.path.join(self.dir, "ttyPHONE")
-        self.log_path = os.path.join(self.dir, "phone.log")
-        with open(os.path.join(self.dir, "phone.conf"), "w") as f:
-            f.write(config)
-        self.process = subprocess.Popen(
-            [os.environ.get("TARNIK_PHONE", "tarnik-phone"), "--link", self.link, "--log",
-             self.log_path, "--config", f.name], stderr=subprocess.PIPE)
-        deadline = time.monotonic() + 5
-        while not os.path.islink(self.link):
-            if self.process.poll() is not None or time.monotonic() > deadline:
-                error = self.process.stderr.read() if self.process.poll() is not None else b""
-                self.close()
-                raise RuntimeError("tarnik-phone failed: " + error.decode())
-            time.sleep(0.01)
-
-    def log(self):
-        with open(self.log_path, encoding="utf-8", errors="replace") as f:
-            return f.read().splitlines()
-
-    def stop(self):
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGTERM)
-            try:
-                self.process.wait(timeout=5)
-            except subprocess.TimeoutExpired:
-                self.process.kill()
-                self.process.wait()
-        return self.process.returncode
-
-    def close(self):
-        self.stop()
-        self.process.stderr.close()
-        shutil.rmtree(self.dir, ignore_errors=True)
 
 
 class Client:
@@ -126,16 +91,28 @@ class TranscriptTest(unittest.TestCase):
             with self.subTest(title or config[-1]):
                 if steps[0][0] == "fails":
                     with self.assertRaisesRegex(RuntimeError, re.escape(steps[0][1])):
-                        Phone("\n".join(config) + "\n").close()
+                        with started_phone(PROGRAM, "\n".join(config) + "\n"):
+                            pass
                     continue
-                self.phone, self.client = Phone("\n".join(config) + "\n"), None
-                try:
+                with started_phone(PROGRAM, "\n".join(config) + "\n") as self.phone:
                     self.client = Client(self.phone.link)
-                    self.walk(steps)
-                finally:
-                    self.phone.close()
-                    if self.client:
+                    try:
+                        self.walk(steps)
+                    finally:
                         self.client.close()
+
+    def test_a_phone_deaf_to_sigterm_is_killed(self):
+        """Leaving the phone's context ends even a phone that ignores SIGTERM."""
+        with tempfile.TemporaryDirectory() as folder:
+            deaf = os.path.join(folder, "deaf-phone")
+            with open(deaf, "w") as f:
+                f.write('#!/bin/sh\ntrap "" TERM\nln -s /dev/null "$2"\n'
+                        'while :; do sleep 0.1; done\n')
+            os.chmod(deaf, 0o700)
+            with unittest.mock.patch.object(wine_phone, "STOP_SECONDS", 0.3):
+                with started_phone(deaf, "") as phone:
+                    pass
+        self.assertEqual(phone.process.returncode, -signal.SIGKILL)
 
     def walk(self, steps):
         logged = -1  # the log line the last "log" step found

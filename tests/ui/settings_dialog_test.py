@@ -6,25 +6,18 @@ cases are tests/data/settings_dialog_cases.json.
 
 usage: settings_dialog_test.py WINDOWS_BIN_DIR FAKE_LINKS_DIR
 """
-import json
 import os
-import re
 import shutil
-import subprocess
 import sys
 import tempfile
 
 from dialog_templates import differences
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-WINE_RUN = os.path.join(HERE, "..", "..", "scripts", "wine-run.sh")
-FIELD = re.compile(r'(\w+)=(?:"((?:[^"\\]|\\.)*)"(\S*)|(\S+))')
+sys.path.insert(0, os.path.join(HERE, "..", "integration"))
+from wine_phone import blocks, data_file, dumps, lines_of, run_host  # noqa: E402
+
 bin_dir, fakes_dir = sys.argv[1], sys.argv[2]
-
-
-def fields(line):
-    """A line's key=value fields, a quoted text without its quotes ("Port COM"/2 is Port COM/2)."""
-    return {k: quoted + after + plain for k, quoted, after, plain in FIELD.findall(line)}
 
 
 def run(case, common):
@@ -40,26 +33,16 @@ def run(case, common):
         for key, variable in (("ports", "TARNIK_FAKE_COM_PORTS"), ("devices", "TARNIK_FAKE_BT_DEVICES")):
             if key in case:
                 env[variable] = common[key] if case[key] is True else case[key]
-        data = "Z:" + os.path.join(folder, "data").replace("/", "\\")
-        out = subprocess.run(
-            [WINE_RUN, os.path.join(folder, "tarnik-host.exe"), "--data", data, "load", "add-profile",
-             "P", case["before"], "configure", "P", case["script"], "profiles", "unload"],
-            capture_output=True, env=env, timeout=120)
-    lines = out.stdout.decode("utf-8", "replace").splitlines()
-    dump, dumps, layouts, windows = {}, 0, [], []
-    for line in lines:
-        dumps += line.startswith("DIALOG ")
-        if line.startswith("CONTROL ") and dumps == 1:
-            control = fields(line)
-            dump[control["id"]] = control
-        if line.startswith("LAYOUT "):
-            layouts.append(fields(line))
-        if line.startswith("WINDOW ") and len(layouts) == 1:
-            windows.append(fields(line))
-    found = {kind: fields(l) for l in lines for kind in ("CONFIGURE", "PROFILE") if l.startswith(kind + " ")}
-    if "CONFIGURE" not in found:
-        raise AssertionError("no CONFIGURE line:\n" + "\n".join(lines) + out.stderr.decode())
-    return dump, found["CONFIGURE"], found["PROFILE"], (layouts[:1] or [None])[0], windows
+        out, errors, _ = run_host(folder, os.path.join(folder, "data"), "load", "add-profile", "P",
+                                  case["before"], "configure", "P", case["script"], "profiles",
+                                  "unload", timeout=120, env=env)
+    configure, profile = lines_of(out, "CONFIGURE"), lines_of(out, "PROFILE")
+    if not configure:
+        raise AssertionError("no CONFIGURE line:\n" + out + errors)
+    first = next(iter(dumps(out)), (None, {}))[1]
+    layout, windows = next(iter(blocks(out, "LAYOUT", "WINDOW")), (None, []))
+    return ({str(id): control for id, control in first.items()}, configure[-1], profile[-1],
+            layout, windows)
 
 
 def check(case, common):
@@ -78,7 +61,7 @@ def check(case, common):
     assert configure["after"] == "eeeeee", "the dialog wrote past the 13 bytes: " + configure["after"]
 
 
-common = json.load(open(os.path.join(HERE, "..", "data", "settings_dialog_cases.json"), encoding="utf-8"))
+common = data_file("settings_dialog_cases.json")
 failed = 0
 for case in common["cases"]:
     try:
