@@ -34,8 +34,9 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
         uint8_t length = 0;
         if (!cursor.ReadOctet(iei) || !cursor.ReadOctet(length))
             return;
-        if (length < 1)
-            return;  // a zero-length element ends the walk
+        // The identifier is acted on before the length is looked at: a concatenation
+        // element that claims no data still gives the three (or four) octets after it.
+        // Octets past the end of the header are not read.
         HexCursor data(cursor.Rest());
         uint8_t a = 0, b = 0, c = 0, d = 0;
         if (iei == kIeiConcat8 && data.ReadOctet(a) && data.ReadOctet(b) && data.ReadOctet(c)) {
@@ -50,8 +51,8 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
             record.concatTotal = c;
             record.concatSeq = d;
         }
-        if (!cursor.Skip(2u * length))
-            return;
+        if (length < 1 || !cursor.Skip(2u * length))
+            return;  // a zero-length element ends the walk, and so does the header's end
     }
 }
 
