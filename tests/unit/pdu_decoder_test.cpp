@@ -41,9 +41,11 @@ TEST(DecodePdu, Ucs2InTheSystemCodePage) {
     for (int i = 0; i < 511; ++i)
         units += "0041";
     EXPECT_EQ(DecodePdu(Deliver(0x04, 0x08, units)).text, std::string(511, 'A'));
-    const SmsPdu refused = DecodePdu(Deliver(0x04, 0x08, units + "0041"));
+    PduEnd end;
+    const SmsPdu refused = DecodePdu(Deliver(0x04, 0x08, units + "0041"), end);
     EXPECT_FALSE(refused.decoded);
     EXPECT_EQ(refused.text, "");
+    EXPECT_EQ(end.kind, PduEndKind::kLongUserData);
 }
 
 // Input from the network: every cut of a valid PDU is read safely, a DELIVER or a report is

@@ -118,14 +118,9 @@ std::string TrimLine(std::string line) {
 }
 
 void DecodeOne(const std::string& hex) {
-    const SmsPdu record = DecodePdu(hex);
-    std::string reason = PduProblem(hex);
-    // Well formed, yet not decoded: the decoder refused what no SMS can hold.
-    if (reason.empty() && !record.decoded) {
-        reason = record.firstOctet.mti == kMtiSubmit ? "fewer than two octets of user data"
-                                                     : "user data longer than an SMS holds";
-    }
-    std::cout << RecordJson(record, false, reason) << '\n';
+    PduEnd end;
+    const SmsPdu record = DecodePdu(hex, end);
+    std::cout << RecordJson(record, false, PduProblem(hex, end)) << '\n';
 }
 
 int Decode(const std::vector<std::string>& args) {
