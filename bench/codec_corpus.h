@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "pdu/hex.h"
-#include "pdu/septets.h"
+#include "pdu/pdu_builder.h"
 #include "pdu/submit_encoder.h"
 
 namespace tarnik {
@@ -26,15 +26,6 @@ constexpr const char* kWords[] = {
 constexpr const char16_t* kWideWords[] = {
     u"zażółć", u"gęślą",       u"jaźń",  u"spotkanie",  u"jutro", u"w", u"Łodzi", u"dziękuję",
     u"proszę", u"potwierdzić", u"część", u"wiadomości", u"€",     u"—", u"ok"};
-
-inline std::string HexOf(const std::u16string& text) {
-    std::string hex;
-    for (const char16_t unit : text) {
-        AppendHexOctet(hex, static_cast<uint8_t>(unit >> 8));
-        AppendHexOctet(hex, static_cast<uint8_t>(unit & 0xFF));
-    }
-    return hex;
-}
 
 class CorpusBuilder {
 public:
@@ -79,24 +70,9 @@ private:
     }
 
     std::string Smsc() { return Below(2) ? "07918406010013F0" : "00"; }
-    static std::string Address(const std::string& digits) {
-        std::string field;
-        AppendHexOctet(field, static_cast<uint8_t>(digits.size()));
-        field += "91";
-        std::string padded = digits;
-        if (padded.size() % 2)
-            padded += 'F';
-        return field + SwapSemiOctets(padded);
-    }
-    static std::string AlphanumericAddress(const std::string& name) {
-        std::string packed;
-        const int septets = PackSeptets(name, 0, packed);
-        std::string field;
-        AppendHexOctet(field, static_cast<uint8_t>((septets * 7 + 3) / 4));
-        return field + "D0" + packed;
-    }
+    static std::string Address(const std::string& digits) { return BuildAddress("+" + digits); }
     std::string TimeStamp() {
-        std::string digits;
+        // One draw per field, in this order: the corpus must not change between runs.
         const int fields[] = {24,
                               1 + static_cast<int>(Below(12)),
                               1 + static_cast<int>(Below(28)),
@@ -104,48 +80,43 @@ private:
                               static_cast<int>(Below(60)),
                               static_cast<int>(Below(60)),
                               4};
-        for (const int f : fields) {
-            digits += static_cast<char>('0' + f % 10);  // semi-octets: units digit first
-            digits += static_cast<char>('0' + f / 10);
-        }
-        return digits;
+        TimeStampFields f;
+        f.year = fields[0];
+        f.month = fields[1];
+        f.day = fields[2];
+        f.hour = fields[3];
+        f.minute = fields[4];
+        f.second = fields[5];
+        f.zoneQuarters = fields[6];
+        return BuildTimeStamp(f);
     }
     std::string ConcatHeader(bool sixteenBit, size_t total, size_t seq) {
-        std::string header;
-        if (sixteenBit) {
-            header = "060804";
-            AppendHexOctet(header, Octet());
-            AppendHexOctet(header, Octet());
-        } else {
-            header = "050003";
-            AppendHexOctet(header, Octet());
-        }
-        AppendHexOctet(header, static_cast<uint8_t>(total));
-        AppendHexOctet(header, static_cast<uint8_t>(seq));
-        return header;
+        const auto t = static_cast<uint8_t>(total);
+        const auto q = static_cast<uint8_t>(seq);
+        if (!sixteenBit)
+            return BuildConcatHeader(Octet(), t, q);
+        const uint8_t high = Octet();
+        const uint8_t low = Octet();
+        return BuildConcatHeader16(static_cast<uint16_t>(high << 8 | low), t, q);
     }
 
-    // SMS-DELIVER with 7-bit text; the header, if any, takes the place of the leading
-    // zero septets the packer leaves for it.
+    // SMS-DELIVER from a random service centre (drawn before the time stamp).
+    std::string Deliver(const std::string& originator, uint8_t dataCoding, UserData userData) {
+        DeliverPdu pdu;
+        pdu.smsc = Smsc();
+        pdu.originator = originator;
+        pdu.dataCoding = dataCoding;
+        pdu.timeStamp = TimeStamp();
+        pdu.userData = std::move(userData);
+        return BuildDeliver(pdu);
+    }
     std::string Deliver7(const std::string& originator, const std::string& text,
                          const std::string& header) {
-        const size_t headerOctets = header.size() / 2;
-        std::string packed;
-        const int udl = PackSeptets(text, headerOctets, packed);
-        std::string pdu = Smsc();
-        AppendHexOctet(pdu, header.empty() ? 0x04 : 0x44);
-        pdu += originator + "0000" + TimeStamp();
-        AppendHexOctet(pdu, static_cast<uint8_t>(udl));
-        return pdu + header + packed.substr(header.size());
+        return Deliver(originator, 0x00, BuildGsm7UserData(text, header));
     }
     std::string DeliverUcs2(const std::string& originator, const std::u16string& text,
                             const std::string& header) {
-        const std::string body = HexOf(text);
-        std::string pdu = Smsc();
-        AppendHexOctet(pdu, header.empty() ? 0x04 : 0x44);
-        pdu += originator + "0008" + TimeStamp();
-        AppendHexOctet(pdu, static_cast<uint8_t>((header.size() + body.size()) / 2));
-        return pdu + header + body;
+        return Deliver(originator, 0x08, BuildUcs2UserData(text, header));
     }
     std::string Submit() {
         SmsSubmitParams p;
@@ -166,13 +137,16 @@ private:
         return EncodeSubmit(p);
     }
     std::string StatusReport() {
-        std::string pdu = Smsc();
-        pdu += "06";
-        AppendHexOctet(pdu, Octet());
-        pdu += Address(Digits(11)) + TimeStamp() + TimeStamp();
         static constexpr uint8_t kStatuses[] = {0x00, 0x00, 0x00, 0x01, 0x20, 0x30, 0x46, 0x61};
-        AppendHexOctet(pdu, kStatuses[Below(std::size(kStatuses))]);
-        return pdu;
+        StatusReportPdu pdu;
+        pdu.smsc = Smsc();
+        pdu.messageRef = Octet();
+        // Drawn in the order the corpus was first made in, so that it stays the same.
+        pdu.dischargeTime = TimeStamp();
+        pdu.timeStamp = TimeStamp();
+        pdu.recipient = Address(Digits(11));
+        pdu.status = kStatuses[Below(std::size(kStatuses))];
+        return BuildStatusReport(pdu);
     }
 
     std::string Next(size_t i) {
@@ -191,7 +165,7 @@ private:
                 return DeliverUcs2(sender, WideText(30 + Below(37)),
                                    ConcatHeader(true, 2, 1 + Below(2)));
             case 5:
-                return Deliver7(AlphanumericAddress(Below(2) ? "Tarnik" : "Bank24"),
+                return Deliver7(BuildAlphanumericAddress(Below(2) ? "Tarnik" : "Bank24"),
                                 Text(30 + Below(100)), "");
             case 6:
                 return Submit();

@@ -1,5 +1,7 @@
 // A bounds-checked reader over hexadecimal PDU text. Every field of a PDU is read
-// through it, so input that is too short can never be read past its end.
+// through it, so input that is too short can never be read past its end, and the first
+// field that could not be read is remembered: a caller can tell a user holding a PDU from
+// a real phone where it ran out.
 #pragma once
 
 #include <cstdint>
@@ -9,47 +11,99 @@
 
 namespace tarnik {
 
+// The fields of the PDU layouts, as far as a reading can stop at them.
+enum class PduField : uint8_t {
+    kNone,
+    kServiceCentre,
+    kFirstOctet,
+    kMessageReference,
+    kOriginator,
+    kDestination,
+    kRecipient,
+    kProtocolId,
+    kDataCoding,
+    kValidityPeriod,
+    kTimeStamp,
+    kDischargeTime,
+    kUserData,
+    kStatus,
+};
+
+enum class PduEndKind : uint8_t {
+    kWhole,          // nothing stopped the reading
+    kCutBefore,      // the input ended before the field
+    kCutInside,      // the input ended within the field
+    kShortUserData,  // too little user data to be a message
+    kLongUserData,   // more user data than a message record holds
+    kReservedType,   // a message type no decoder reads
+};
+
+// Why and at which field a reading stopped; only the first stop is kept.
+struct PduEnd {
+    PduEndKind kind = PduEndKind::kWhole;
+    PduField field = PduField::kNone;
+};
+
 class HexCursor {
 public:
     explicit HexCursor(std::string_view hex) : hex_(hex) {}
 
     size_t Remaining() const { return hex_.size() - pos_; }
     std::string_view Rest() const { return hex_.substr(pos_); }
+    const PduEnd& End() const { return end_; }
 
-    // Each read either consumes the whole field or nothing and returns false.
-    bool ReadOctet(uint8_t& out) {
+    // Each read either consumes the whole field or nothing and returns false; a failed
+    // read is kept as the end of the input, at `field`.
+    bool ReadOctet(uint8_t& out, PduField field = PduField::kNone) {
         if (Remaining() < 2)
-            return false;
+            return Stop(PduEndKind::kCutBefore, field);
         out = HexPairValue(hex_[pos_], hex_[pos_ + 1]);
         pos_ += 2;
         return true;
     }
-    bool ReadLenientOctet(uint8_t& out) {
+    bool ReadLenientOctet(uint8_t& out, PduField field = PduField::kNone) {
         if (Remaining() < 2)
-            return false;
+            return Stop(PduEndKind::kCutBefore, field);
         out = HexPairValueLenient(hex_[pos_], hex_[pos_ + 1]);
         pos_ += 2;
         return true;
     }
-    bool Take(size_t chars, std::string_view& out) {
+    bool Take(size_t chars, std::string_view& out, PduField field = PduField::kNone,
+              PduEndKind kind = PduEndKind::kCutBefore) {
         if (Remaining() < chars)
-            return false;
+            return Stop(kind, field);
         out = hex_.substr(pos_, chars);
         pos_ += chars;
         return true;
     }
-    bool Skip(size_t chars) {
+    bool Skip(size_t chars, PduField field = PduField::kNone,
+              PduEndKind kind = PduEndKind::kCutBefore) {
         if (Remaining() < chars)
-            return false;
+            return Stop(kind, field);
         pos_ += chars;
         return true;
     }
-    // Skips what is there, at most `chars`.
-    void SkipUpTo(size_t chars) { pos_ += chars < Remaining() ? chars : Remaining(); }
+    // Skips what is there, at most `chars`; falling short is kept as the end all the same.
+    void SkipUpTo(size_t chars, PduField field = PduField::kNone,
+                  PduEndKind kind = PduEndKind::kCutBefore) {
+        if (Remaining() < chars) {
+            Stop(kind, field);
+            chars = Remaining();
+        }
+        pos_ += chars;
+    }
+
+    // Keeps a stop the reader decided on itself, unless an earlier one is kept; returns false.
+    bool Stop(PduEndKind kind, PduField field) {
+        if (end_.kind == PduEndKind::kWhole)
+            end_ = {kind, field};
+        return false;
+    }
 
 private:
     std::string_view hex_;
     size_t pos_ = 0;
+    PduEnd end_;
 };
 
 }  // namespace tarnik

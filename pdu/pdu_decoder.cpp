@@ -34,8 +34,9 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
         uint8_t length = 0;
         if (!cursor.ReadOctet(iei) || !cursor.ReadOctet(length))
             return;
-        if (length < 1)
-            return;  // a zero-length element ends the walk
+        // The identifier is acted on before the length is looked at: a concatenation
+        // element that claims no data still gives the three (or four) octets after it.
+        // Octets past the end of the header are not read.
         HexCursor data(cursor.Rest());
         uint8_t a = 0, b = 0, c = 0, d = 0;
         if (iei == kIeiConcat8 && data.ReadOctet(a) && data.ReadOctet(b) && data.ReadOctet(c)) {
@@ -50,8 +51,8 @@ void WalkHeader(std::string_view header, SmsPdu& record) {
             record.concatTotal = c;
             record.concatSeq = d;
         }
-        if (!cursor.Skip(2u * length))
-            return;
+        if (length < 1 || !cursor.Skip(2u * length))
+            return;  // a zero-length element ends the walk, and so does the header's end
     }
 }
 
@@ -76,7 +77,8 @@ bool DecodeUcs2(std::string_view hex, std::string& text) {
 
 // User data shared by SMS-DELIVER and SMS-SUBMIT (TS 23.040 9.2.3.24). False when the
 // user data cannot be held by the record.
-bool DecodeUserData(std::string_view ud, SmsPdu& record) {
+bool DecodeUserData(HexCursor& cursor, SmsPdu& record) {
+    const std::string_view ud = cursor.Rest();
     record.concat = false;
     size_t headerOctets = 0;  // header length octet included
     uint8_t h = 0;
@@ -93,7 +95,7 @@ bool DecodeUserData(std::string_view ud, SmsPdu& record) {
             const std::string_view body =
                 2 * headerOctets < ud.size() ? ud.substr(2 * headerOctets) : std::string_view{};
             if (!DecodeUcs2(body, record.text))
-                return false;
+                return cursor.Stop(PduEndKind::kLongUserData, PduField::kUserData);
             break;
         }
         default:
@@ -106,73 +108,86 @@ bool DecodeUserData(std::string_view ud, SmsPdu& record) {
     return true;
 }
 
-}  // namespace
-
-SmsPdu DecodePdu(std::string hex) {
+SmsPdu DecodeWithCursor(HexCursor& cursor) {
     SmsPdu record;
-    HexCursor cursor(hex);
     uint8_t smscLength = 0;
-    if (!cursor.ReadOctet(smscLength))
+    if (!cursor.ReadOctet(smscLength, PduField::kServiceCentre))
         return record;
     if (smscLength > 0) {
+        HexCursor smsc(cursor.Rest().substr(0, 2u * smscLength));
+        cursor.SkipUpTo(2u * smscLength, PduField::kServiceCentre, PduEndKind::kCutInside);
         uint8_t type = 0;
-        if (cursor.ReadOctet(type))
+        if (smsc.ReadOctet(type))
             DecodeAddressType(type, record.smsc);
-        if (smscLength >= 2 && record.smsc.ton != kTonAlphanumeric) {
-            record.smsc.number =
-                NumberFromSemiOctets(cursor.Rest().substr(0, 2u * (smscLength - 1)));
-        }
-        cursor.SkipUpTo(2u * (smscLength - 1));
+        if (smscLength >= 2 && record.smsc.ton != kTonAlphanumeric)
+            record.smsc.number = NumberFromSemiOctets(smsc.Rest());
     }
 
     uint8_t first = 0;
-    if (!cursor.ReadOctet(first))
+    if (!cursor.ReadOctet(first, PduField::kFirstOctet))
         return record;  // TP-MTI cannot be read
     record.firstOctet = DecodeFirstOctet(first);
 
     switch (record.firstOctet.mti) {
         case kMtiDeliver:
             record.decoded = true;
-            return DecodeDeliver(cursor.Rest(), std::move(record));
+            return DecodeDeliver(cursor, std::move(record));
         case kMtiSubmit:
             record.decoded = true;
-            return DecodeSubmit(cursor.Rest(), std::move(record));
+            return DecodeSubmit(cursor, std::move(record));
         case kMtiStatusReport:
             record.decoded = true;
-            return DecodeStatusReport(cursor.Rest(), std::move(record));
+            return DecodeStatusReport(cursor, std::move(record));
         default:
-            return record;  // reserved type
+            cursor.Stop(PduEndKind::kReservedType, PduField::kFirstOctet);
+            return record;
     }
 }
 
-SmsPdu DecodeDeliver(std::string_view rest, SmsPdu record) {
+}  // namespace
+
+SmsPdu DecodePdu(std::string hex) {
+    PduEnd end;
+    return DecodePdu(std::move(hex), end);
+}
+
+SmsPdu DecodePdu(std::string hex, PduEnd& end) {
+    HexCursor cursor(hex);
+    SmsPdu record = DecodeWithCursor(cursor);
+    end = cursor.End();
+    return record;
+}
+
+SmsPdu DecodeDeliver(HexCursor& cursor, SmsPdu record) {
     record.incoming = true;
     // A message cut short keeps every field read before the cut: the user still sees who
     // sent it and when, even when its text is lost.
-    HexCursor cursor(rest);
     uint8_t pid = 0, dcs = 0, udl = 0;
     std::string_view scts;
-    if (!ReadAddress(cursor, record.address, AlphanumericAddress::kUnpackSeptets) ||
-        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs))
+    if (!ReadAddress(cursor, record.address, AlphanumericAddress::kUnpackSeptets,
+                     PduField::kOriginator) ||
+        !cursor.ReadOctet(pid, PduField::kProtocolId) ||
+        !cursor.ReadOctet(dcs, PduField::kDataCoding))
         return record;
     record.alphabet = AlphabetFromDcs(dcs);
-    if (!cursor.Take(kTimeStampChars, scts))
+    if (!cursor.Take(kTimeStampChars, scts, PduField::kTimeStamp))
         return record;
     record.timestamp = DecodeTimeStamp(scts);
-    if (!cursor.ReadLenientOctet(udl))
+    if (!cursor.ReadLenientOctet(udl, PduField::kUserData))
         return record;
-    if (!DecodeUserData(cursor.Rest(), record))
+    if (!DecodeUserData(cursor, record))
         record.decoded = false;
     return record;
 }
 
-SmsPdu DecodeSubmit(std::string_view rest, SmsPdu record) {
+SmsPdu DecodeSubmit(HexCursor& cursor, SmsPdu record) {
     record.incoming = false;
-    HexCursor cursor(rest);
     uint8_t mr = 0, pid = 0, dcs = 0;
-    if (!cursor.ReadOctet(mr) ||
-        !ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty) ||
-        !cursor.ReadOctet(pid) || !cursor.ReadOctet(dcs)) {
+    if (!cursor.ReadOctet(mr, PduField::kMessageReference) ||
+        !ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty,
+                     PduField::kDestination) ||
+        !cursor.ReadOctet(pid, PduField::kProtocolId) ||
+        !cursor.ReadOctet(dcs, PduField::kDataCoding)) {
         record.decoded = false;  // cut before the validity period
         return record;
     }
@@ -182,14 +197,17 @@ SmsPdu DecodeSubmit(std::string_view rest, SmsPdu record) {
 
     // TS 23.040 9.2.3.3: relative (one octet), enhanced or absolute (seven octets).
     static constexpr size_t kVpOctets[4] = {0, 7, 1, 7};
-    cursor.SkipUpTo(2 * kVpOctets[record.firstOctet.vpf & 3]);
+    cursor.SkipUpTo(2 * kVpOctets[record.firstOctet.vpf & 3], PduField::kValidityPeriod);
 
+    // TP-UDL and at least one octet of user data.
+    const bool enough = cursor.Remaining() >= 4;
     uint8_t udl = 0;
-    if (cursor.Remaining() < 4 || !cursor.ReadLenientOctet(udl)) {
+    if (!cursor.ReadLenientOctet(udl, PduField::kUserData) || !enough) {
+        cursor.Stop(PduEndKind::kShortUserData, PduField::kUserData);
         record.decoded = false;
         return record;
     }
-    if (!DecodeUserData(cursor.Rest(), record))
+    if (!DecodeUserData(cursor, record))
         record.decoded = false;
     record.timestamp.text = "None";
     if (record.address.number.empty())

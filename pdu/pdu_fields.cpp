@@ -48,15 +48,16 @@ std::string NumberFromSemiOctets(std::string_view chars) {
     return number;
 }
 
-bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alphanumeric) {
+bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alphanumeric,
+                 PduField field) {
     uint8_t length = 0;
     uint8_t type = 0;
-    if (!cursor.ReadOctet(length) || !cursor.ReadOctet(type))
+    if (!cursor.ReadOctet(length, field) || !cursor.ReadOctet(type, field))
         return false;
     DecodeAddressType(type, address);
     const size_t chars = length + (length & 1u);
     std::string_view digits;
-    if (!cursor.Take(chars, digits))
+    if (!cursor.Take(chars, digits, field, PduEndKind::kCutInside))
         return false;
     if (address.ton != kTonAlphanumeric) {
         address.number = NumberFromSemiOctets(digits);

@@ -28,7 +28,8 @@ std::string NumberFromSemiOctets(std::string_view chars);
 enum class AlphanumericAddress { kUnpackSeptets, kLeaveEmpty };
 
 // Reads the length octet (digits, raised to even), the type of address and the digits.
-// False when the input ends inside the address.
-bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alphanumeric);
+// False when the input ends before the digits are whole; the cursor keeps where, at `field`.
+bool ReadAddress(HexCursor& cursor, SmsAddress& address, AlphanumericAddress alphanumeric,
+                 PduField field);
 
 }  // namespace tarnik

@@ -149,11 +149,6 @@ SmsTime DecodeTimeStamp(std::string_view chars) {
     return t;
 }
 
-int64_t LocalCalendarTime(int year, int month, int day, int hour, int minute, int second) {
-    bool steady = false;
-    return TimeFromWallClock(FieldSeconds(year, month - 1, day, hour, minute, second), steady);
-}
-
 double OleDateFromTime(int64_t time) {
     std::tm local{};
     if (!ToLocal(static_cast<std::time_t>(time), local))

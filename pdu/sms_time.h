@@ -19,11 +19,6 @@ std::string TimeStampText(std::string_view fourteenChars);
 // Numeric fields, text, and the local calendar time and OLE date of that moment.
 SmsTime DecodeTimeStamp(std::string_view fourteenChars);
 
-// Seconds since 1970 of a local time, daylight saving decided by the system's rules; a
-// time repeated or skipped by a change of offset is read with the offset before the change
-// (the first pass of a repeated hour). -1 when the system cannot represent it.
-int64_t LocalCalendarTime(int year, int month, int day, int hour, int minute, int second);
-
 // OLE automation date (days since 1899-12-30, local time) of an instant; 0.0 when the
 // instant cannot be converted to local time.
 double OleDateFromTime(int64_t time);

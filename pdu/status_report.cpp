@@ -110,21 +110,21 @@ const char* StatusText(uint32_t status) {
     return kUnknownStatus;
 }
 
-SmsPdu DecodeStatusReport(std::string_view rest, SmsPdu record) {
+SmsPdu DecodeStatusReport(HexCursor& cursor, SmsPdu record) {
     record.incoming = true;
     record.alphabet = kAlphabetGsm7;
     // A report cut short keeps what was read before the cut; the fields after it stay as a
     // new record has them.
-    HexCursor cursor(rest);
     uint8_t mr = 0, status = 0;
     std::string_view scts, dt;
-    if (cursor.ReadOctet(mr) &&
-        ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty) &&
-        cursor.Take(kTimeStampChars, scts)) {
+    if (cursor.ReadOctet(mr, PduField::kMessageReference) &&
+        ReadAddress(cursor, record.address, AlphanumericAddress::kLeaveEmpty,
+                    PduField::kRecipient) &&
+        cursor.Take(kTimeStampChars, scts, PduField::kTimeStamp)) {
         record.timestamp = DecodeTimeStamp(scts);
-        if (cursor.Take(kTimeStampChars, dt)) {
+        if (cursor.Take(kTimeStampChars, dt, PduField::kDischargeTime)) {
             record.doneTime = TimeStampText(dt);
-            if (cursor.ReadOctet(status))
+            if (cursor.ReadOctet(status, PduField::kStatus))
                 record.status = status;
         }
     }

@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <string_view>
 
+#include "pdu/hex_cursor.h"
 #include "pdu/sms_pdu.h"
 
 namespace tarnik {
 
 // Takes the PDU text after the first octet and the record read so far (SMSC, first octet).
-SmsPdu DecodeStatusReport(std::string_view rest, SmsPdu record);
+SmsPdu DecodeStatusReport(HexCursor& rest, SmsPdu record);
 
 // Polish text of a TP-Status value (TS 23.040 9.2.3.15), Windows-1250 bytes.
 const char* StatusText(uint32_t status);

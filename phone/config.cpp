@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "pdu/hex.h"
+#include "pdu/hex_bytes.h"
 #include "phone/sms_encoder.h"
 
 namespace tarnik::phone {
@@ -162,19 +162,6 @@ bool ParseFault(const std::string& text, FaultRule& rule) {
     if (Upper(rest.substr(0, 2)) != "AT")
         return false;
     rule.command = Upper(rest);
-    return true;
-}
-
-bool ParseHexBytes(const std::string& hex, std::string& bytes) {
-    const std::string h = Upper(hex);
-    if (h.empty() || h.size() % 2 != 0 ||
-        h.find_first_not_of("0123456789ABCDEF") != std::string::npos) {
-        return false;
-    }
-    bytes.clear();
-    for (size_t i = 0; i < h.size(); i += 2) {
-        bytes.push_back(static_cast<char>(HexPairValue(h[i], h[i + 1])));
-    }
     return true;
 }
 
@@ -344,7 +331,7 @@ private:
                 return false;
             message.pdu = Upper(hex);
             std::string bytes;
-            if (!ParseHexBytes(message.pdu, bytes) || TpduOctets(message.pdu) < 1)
+            if (!BytesFromHex(message.pdu, bytes) || TpduOctets(message.pdu) < 1)
                 return false;
             if (key != "pdu") {
                 if (!ParseInt(key.substr(4), 1, 1000, n))
@@ -428,7 +415,7 @@ private:
             {"slow", &PhoneConfig::slow},
         };
         if (key == "garbage_bytes")
-            return ParseHexBytes(value, config_.garbageBytes);
+            return !value.empty() && BytesFromHex(value, config_.garbageBytes);
         if (key == "slow_byte_ms") {
             long n = 0;
             if (!ParseInt(value, 1, 60000, n))

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "pdu/pdu_builder.h"
 #include "pdu/pdu_decoder.h"
 
 namespace tarnik::phone {
@@ -788,7 +789,7 @@ void Modem::Submit(const std::string& pdu, Clock::time_point now) {
         report.fields.messageRef = static_cast<uint8_t>(mr);
         report.fields.recipient = config_.reportRecipient.empty()
                                       ? header.destination
-                                      : AddressField(config_.reportRecipient);
+                                      : BuildAddress(config_.reportRecipient);
         report.fields.submitted = wallClock_();
         pending_.push_back(report);
     }

@@ -1,7 +1,7 @@
-// The phone's own side of the PDU codec: what a phone builds (SMS-DELIVER for its
-// inbox, SMS-STATUS-REPORT from the network) and the few SMS-SUBMIT fields it must
-// read before the message leaves (TS 23.040 9.2.2). Decoding for the log is left to
-// tarnik_core.
+// The phone's own side of the PDU codec: what a phone builds from its state (SMS-DELIVER
+// for its inbox, SMS-STATUS-REPORT from the network; the octets are pdu/pdu_builder.h's) and
+// the few SMS-SUBMIT fields it must read before the message leaves (TS 23.040 9.2.2).
+// Decoding for the log is left to tarnik_core.
 #pragma once
 
 #include <cstdint>
@@ -28,29 +28,19 @@ bool ReadSubmitHeader(std::string_view hex, SubmitHeader& header);
 // "+CMGL:", "+CMGR:" and "+CDS:" (TS 27.005 3.4.1); -1 when the SMSC field overruns it.
 int TpduOctets(std::string_view hex);
 
-// TS 23.040 9.2.3.11: seven swapped semi-octet pairs, the zone in quarter hours with
-// its sign in bit 3 of the zone's first digit.
-std::string TimeStampSemiOctets(std::time_t when);
-
-// TS 24.011 8.2.5.1 address of the service centre, length octet first; "00" when empty.
-std::string SmscField(std::string_view number);
-
-// TS 23.040 9.1.2.5 address field (TP-OA, TP-DA, TP-RA) for digits with an optional '+'.
-std::string AddressField(std::string_view number);
-
 struct StatusReportFields {
     std::string smsc;            // service centre number, "" for an empty SMSC field
     uint8_t messageRef = 0;      // the "+CMGS:" reference of the submitted message
-    std::string recipient;       // TP-RA in hex, copied from the submission's TP-DA
+    std::string recipient;       // TP-RA in hex: the submission's TP-DA, or BuildAddress's
     std::time_t submitted = 0;   // TP-SCTS
     std::time_t discharged = 0;  // TP-DT
     uint8_t status = 0;          // TP-ST (TS 23.040 9.2.3.15)
 };
 
-// SMS-STATUS-REPORT (TS 23.040 9.2.2.3) without the optional parameter indicator.
+// SMS-STATUS-REPORT with both times in the phone's local time.
 std::string EncodeStatusReport(const StatusReportFields& fields);
 
-// SMS-DELIVER (TS 23.040 9.2.2.1) of one GSM 7-bit text of at most 160 septets.
+// SMS-DELIVER of one GSM 7-bit text of at most 160 septets, stamped in local time.
 std::string EncodeDeliver(std::string_view smsc, std::string_view sender, std::string_view text,
                           std::time_t received);
 

@@ -45,6 +45,8 @@ def counted_lines(path):
 PRODUCT_FOLDERS = ("plugin", "ui", "send", "download", "link", "pdu", "text",
                    "dialog_framework", "res")
 TEST_FOLDERS = ("tests", "fuzz")
+# Beside the codec, but built for the emulator, tools, benchmarks and tests: not in tarnik.dll.
+NOT_SHIPPED = ("pdu/pdu_builder.", "pdu/hex_bytes.")
 
 
 def part_of(name):
@@ -52,7 +54,7 @@ def part_of(name):
     top = name.split("/")[0] if "/" in name else "."
     if top in TEST_FOLDERS:
         return "tests"
-    if top in PRODUCT_FOLDERS:
+    if top in PRODUCT_FOLDERS and not name.startswith(NOT_SHIPPED):
         return "product"
     # The Windows link libraries ship beside the plug-in; their native twins serve the tests.
     if top == "linklibs" and ("_win32." in name or "/winsock_link." in name):

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "pdu/pdu_builder.h"
 #include "pdu/pdu_decoder.h"
 
 namespace tarnik::phone {
@@ -20,7 +21,7 @@ void SetZone(const char* zone) {
 // 2024-01-15 16:34:45 UTC.
 constexpr std::time_t kInstant = 1705336485;
 
-TEST(TimeStampSemiOctets, ZoneInQuarterHoursWithSignBit) {
+TEST(BuildTimeStamp, ZoneInQuarterHoursWithSignBit) {
     const struct {
         const char* zone;
         const char* expected;  // TS 23.040 9.2.3.11 octets as PDU text
@@ -33,7 +34,7 @@ TEST(TimeStampSemiOctets, ZoneInQuarterHoursWithSignBit) {
     };
     for (const auto& c : cases) {
         SetZone(c.zone);
-        EXPECT_EQ(TimeStampSemiOctets(kInstant), c.expected) << c.zone;
+        EXPECT_EQ(BuildTimeStamp(kInstant), c.expected) << c.zone;
     }
 }
 

@@ -63,6 +63,21 @@ TEST(Septets, RoundTripOfEveryTableCharacter) {
     }
 }
 
+// The fast maps answer as the walks over the tables do, for every value.
+TEST(GsmAlphabet, FastMapsAnswerAsTheTableWalks) {
+    using C = GsmColumn;
+    for (int v = 0; v < 256; ++v) {
+        SCOPED_TRACE(v);
+        const auto b = static_cast<uint8_t>(v);
+        EXPECT_EQ(SeptetFromByte(b), GsmLookup(b, C::kByte, C::kSeptet));
+        EXPECT_EQ(ByteFromSeptet(b), GsmLookup(b & 0x7F, C::kSeptet, C::kByte));
+        EXPECT_EQ(ByteFromExtensionSeptet(b), GsmExtLookup(b, C::kSeptet, C::kByte));
+        // 0 stands for a byte outside the extension table, which the walk reads as a space.
+        const uint8_t ext = ExtensionSeptetFromByte(b);
+        EXPECT_EQ(ext == 0 ? kGsmNotFound : ext, GsmExtLookup(b, C::kByte, C::kSeptet));
+    }
+}
+
 TEST(CodePage, Cp1250) {
     for (int b = 0; b < 256; ++b) {
         const std::string narrow(1, static_cast<char>(b));

@@ -5,7 +5,7 @@
 
 #include "download/archive_entry.h"
 #include "download/cmgl_listing.h"
-#include "tests/unit/pdu_builders.h"
+#include "pdu/pdu_builder.h"
 
 namespace tarnik {
 namespace {
@@ -35,12 +35,20 @@ std::vector<MessageGroup> Groups(const std::string& reply) {
     return groups;
 }
 
+// Part `seq` of three of a long message from +48601234567, as the phone lists it.
+std::string Part(const std::string& text, uint8_t seq, const char* smsc = "") {
+    DeliverPdu pdu;
+    pdu.smsc = BuildSmscField(smsc);
+    pdu.originator = BuildAddress("+48601234567");
+    pdu.timeStamp = "42105171435480";
+    pdu.userData = BuildGsm7UserData(text, BuildConcatHeader(9, 3, seq));
+    return BuildDeliver(pdu);
+}
+
 TEST(ArchiveEntry, ReceivedLongMessageWithItsFirstPartsMetadata) {
-    using test::Deliver7Bit;
-    const std::string reply = "+CMGL: 1,1,,0\r\n07918406010200F0" +
-                              Deliver7Bit("Ala ", 9, 3, 1).substr(2) + "\r\n+CMGL: 2,1,,0\r\n" +
-                              Deliver7Bit("ma ", 9, 3, 2) + "\r\n+CMGL: 3,1,,0\r\n" +
-                              Deliver7Bit("kota", 9, 3, 3) + "\r\nOK\r\n";
+    const std::string reply = "+CMGL: 1,1,,0\r\n" + Part("Ala ", 1, "+48601020000") +
+                              "\r\n+CMGL: 2,1,,0\r\n" + Part("ma ", 2) + "\r\n+CMGL: 3,1,,0\r\n" +
+                              Part("kota", 3) + "\r\nOK\r\n";
     const std::vector<MessageGroup> groups = Groups(reply);
     ASSERT_EQ(groups.size(), 1u);
     const ArchiveEntry e = ArchiveEntryOf(groups[0], 12345);

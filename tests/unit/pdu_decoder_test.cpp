@@ -5,45 +5,39 @@
 #include <string>
 
 #include "pdu/code_page.h"
-#include "pdu/hex.h"
+#include "pdu/pdu_builder.h"
 
 namespace tarnik {
 namespace {
 
-// SMS-DELIVER from +48601234567 at 2024-01-15 17:34:45 with the given first octet,
-// coding scheme and user data (TP-UDL is not read, so it is written as 00).
-std::string Deliver(uint8_t first, uint8_t dcs, const std::string& ud) {
-    std::string pdu = "00";
-    AppendHexOctet(pdu, first);
-    pdu += "0B918406214365F700";
-    AppendHexOctet(pdu, dcs);
-    return pdu + "42105171435480" + "00" + ud;
+// SMS-DELIVER in UCS-2 from +48601234567 at 2024-01-15 17:34:45.
+std::string Ucs2Deliver(std::u16string_view text, const std::string& header = {}) {
+    DeliverPdu pdu;
+    pdu.originator = BuildAddress("+48601234567");
+    pdu.dataCoding = 0x08;
+    pdu.timeStamp = "42105171435480";
+    pdu.userData = BuildUcs2UserData(text, header);
+    return BuildDeliver(pdu);
 }
 
 // The other cases of the decoder are lines of tests/data/pdus.txt. UCS-2 is here because its
 // text comes out in the system's code page, which the Windows build takes from the system.
 TEST(DecodePdu, Ucs2InTheSystemCodePage) {
     const std::u16string polish = u"Zażółć gęślą jaźń";
-    std::string ucs2;
-    for (char16_t u : polish) {
-        AppendHexOctet(ucs2, static_cast<uint8_t>(u >> 8));
-        AppendHexOctet(ucs2, static_cast<uint8_t>(u & 0xFF));
-    }
-    for (const auto& [first, ud] :
-         {std::pair<uint8_t, std::string>{0x04, ucs2}, {0x44, "0500032A0201" + ucs2}}) {
-        const SmsPdu r = DecodePdu(Deliver(first, 0x08, ud));
+    for (const std::string& header : {std::string(), BuildConcatHeader(42, 2, 1)}) {
+        const SmsPdu r = DecodePdu(Ucs2Deliver(polish, header));
         EXPECT_TRUE(r.decoded);
         EXPECT_EQ(r.alphabet, kAlphabetUcs2);
         EXPECT_EQ(r.text, NarrowFromUtf16(polish));  // after a header: none of it in the text
     }
     // 511 units fill the text buffer; more are refused, not cut.
-    std::string units;
-    for (int i = 0; i < 511; ++i)
-        units += "0041";
-    EXPECT_EQ(DecodePdu(Deliver(0x04, 0x08, units)).text, std::string(511, 'A'));
-    const SmsPdu refused = DecodePdu(Deliver(0x04, 0x08, units + "0041"));
+    const std::u16string units(511, u'A');
+    EXPECT_EQ(DecodePdu(Ucs2Deliver(units)).text, std::string(511, 'A'));
+    PduEnd end;
+    const SmsPdu refused = DecodePdu(Ucs2Deliver(units + u'A'), end);
     EXPECT_FALSE(refused.decoded);
     EXPECT_EQ(refused.text, "");
+    EXPECT_EQ(end.kind, PduEndKind::kLongUserData);
 }
 
 // Input from the network: every cut of a valid PDU is read safely, a DELIVER or a report is

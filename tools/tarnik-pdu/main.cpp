@@ -12,7 +12,7 @@
 #include "download/cmgl_listing.h"
 #include "download/long_messages.h"
 #include "pdu/code_page.h"
-#include "pdu/hex.h"
+#include "pdu/hex_bytes.h"
 #include "pdu/pdu_decoder.h"
 #include "pdu/submit_encoder.h"
 #include "tarnik-pdu/json_writer.h"
@@ -46,13 +46,6 @@ int UsageError(const std::string& message) {
 
 std::string Utf8OfNarrow(std::string_view narrow) {
     return Utf8FromUtf16(WidenNarrow(narrow));
-}
-
-std::string HexOf(std::string_view bytes) {
-    std::string hex;
-    for (const char c : bytes)
-        AppendHexOctet(hex, static_cast<uint8_t>(c));
-    return hex;
 }
 
 void WriteAddress(JsonWriter& json, std::string_view key, const SmsAddress& a) {
@@ -97,7 +90,7 @@ std::string RecordJson(const SmsPdu& r, bool withPlace, const std::string& reaso
         .EndObject();
     json.Number("alphabet", r.alphabet)
         .String("text", Utf8OfNarrow(r.text))
-        .String("textHex", HexOf(r.text))
+        .String("textHex", HexFromBytes(r.text))
         .Bool("concat", r.concat)
         .Number("concatRef", r.concatRef)
         .Number("concatTotal", r.concatTotal)
@@ -118,14 +111,9 @@ std::string TrimLine(std::string line) {
 }
 
 void DecodeOne(const std::string& hex) {
-    const SmsPdu record = DecodePdu(hex);
-    std::string reason = PduProblem(hex);
-    // Well formed, yet not decoded: the decoder refused what no SMS can hold.
-    if (reason.empty() && !record.decoded) {
-        reason = record.firstOctet.mti == kMtiSubmit ? "fewer than two octets of user data"
-                                                     : "user data longer than an SMS holds";
-    }
-    std::cout << RecordJson(record, false, reason) << '\n';
+    PduEnd end;
+    const SmsPdu record = DecodePdu(hex, end);
+    std::cout << RecordJson(record, false, PduProblem(hex, end)) << '\n';
 }
 
 int Decode(const std::vector<std::string>& args) {
@@ -144,17 +132,6 @@ bool ParseUnsigned(const std::string& text, unsigned long max, unsigned long& va
         return false;
     value = std::strtoul(text.c_str(), nullptr, 10);
     return text.size() <= 10 && value <= max;
-}
-
-bool ParseHexBytes(const std::string& hex, std::string& bytes) {
-    if (hex.size() % 2 != 0 ||
-        hex.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) {
-        return false;
-    }
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        bytes.push_back(static_cast<char>(HexPairValueLenient(hex[i], hex[i + 1])));
-    }
-    return true;
 }
 
 int Encode(const std::vector<std::string>& args) {
@@ -176,7 +153,7 @@ int Encode(const std::vector<std::string>& args) {
             p.text = NarrowFromUtf16(Utf16FromUtf8(args[++i]));
             haveText = true;
         } else if (a == "--text-hex" && hasValue) {
-            if (!ParseHexBytes(args[++i], p.text))
+            if (!BytesFromHex(args[++i], p.text))
                 return UsageError("--text-hex takes hex pairs");
             haveText = true;
         } else if (a == "--mr" && hasValue) {

@@ -1,76 +1,50 @@
 #include "tarnik-pdu/pdu_problem.h"
 
-#include <cstdint>
-
-#include "pdu/hex_cursor.h"
-#include "pdu/pdu_fields.h"
-#include "pdu/sms_pdu.h"
-#include "pdu/sms_time.h"
-
 namespace tarnik {
 
 namespace {
-
-// One field of a PDU's layout: how it is read, and its name in "cut before the ...".
-struct Field {
-    enum Kind { kOctet, kAddress, kTimeStamp, kValidity } kind;
-    const char* name;
-};
-
-constexpr Field kDeliver[] = {{Field::kAddress, "originator address"},
-                              {Field::kOctet, "protocol identifier"},
-                              {Field::kOctet, "data coding scheme"},
-                              {Field::kTimeStamp, "time stamp"},
-                              {Field::kOctet, "user data"}};
-constexpr Field kSubmit[] = {
-    {Field::kOctet, "message reference"},   {Field::kAddress, "destination address"},
-    {Field::kOctet, "protocol identifier"}, {Field::kOctet, "data coding scheme"},
-    {Field::kValidity, "validity period"},  {Field::kOctet, "user data"}};
-constexpr Field kReport[] = {{Field::kOctet, "message reference"},
-                             {Field::kAddress, "recipient address"},
-                             {Field::kTimeStamp, "time stamp"},
-                             {Field::kTimeStamp, "discharge time"},
-                             {Field::kOctet, "status"}};
 
 bool IsUpperHex(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F');
 }
 
-template <size_t N>
-std::string WalkFields(HexCursor& cursor, const Field (&fields)[N], uint32_t vpf) {
-    static constexpr size_t kValidityOctets[4] = {0, 7, 1, 7};
-    for (const Field& field : fields) {
-        const std::string cut = std::string("cut before the ") + field.name;
-        uint8_t octet = 0;
-        SmsAddress address;
-        std::string_view ignored;
-        switch (field.kind) {
-            case Field::kOctet:
-                if (!cursor.ReadOctet(octet))
-                    return cut;
-                break;
-            case Field::kAddress:
-                if (cursor.Remaining() < 4)
-                    return cut;
-                if (!ReadAddress(cursor, address, AlphanumericAddress::kLeaveEmpty))
-                    return std::string("cut inside the ") + field.name;
-                break;
-            case Field::kTimeStamp:
-                if (!cursor.Take(kTimeStampChars, ignored))
-                    return cut;
-                break;
-            case Field::kValidity:
-                if (!cursor.Skip(2 * kValidityOctets[vpf & 3]))
-                    return cut;
-                break;
-        }
+const char* FieldName(PduField field) {
+    switch (field) {
+        case PduField::kServiceCentre:
+            return "service centre address";
+        case PduField::kFirstOctet:
+            return "first octet";
+        case PduField::kMessageReference:
+            return "message reference";
+        case PduField::kOriginator:
+            return "originator address";
+        case PduField::kDestination:
+            return "destination address";
+        case PduField::kRecipient:
+            return "recipient address";
+        case PduField::kProtocolId:
+            return "protocol identifier";
+        case PduField::kDataCoding:
+            return "data coding scheme";
+        case PduField::kValidityPeriod:
+            return "validity period";
+        case PduField::kTimeStamp:
+            return "time stamp";
+        case PduField::kDischargeTime:
+            return "discharge time";
+        case PduField::kUserData:
+            return "user data";
+        case PduField::kStatus:
+            return "status";
+        case PduField::kNone:
+            break;
     }
-    return {};
+    return "PDU";
 }
 
 }  // namespace
 
-std::string PduProblem(std::string_view hex) {
+std::string PduProblem(std::string_view hex, const PduEnd& end) {
     if (hex.empty())
         return "empty";
     for (size_t i = 0; i < hex.size(); ++i) {
@@ -80,25 +54,21 @@ std::string PduProblem(std::string_view hex) {
     if (hex.size() % 2 != 0)
         return "odd number of hexadecimal digits";
 
-    HexCursor cursor(hex);
-    uint8_t smscLength = 0;
-    cursor.ReadOctet(smscLength);
-    if (!cursor.Skip(2u * smscLength))
-        return "cut inside the service centre address";
-    uint8_t first = 0;
-    if (!cursor.ReadOctet(first))
-        return "cut before the first octet";
-    const uint32_t vpf = (first >> 3) & 3;
-    switch (first & 3) {
-        case kMtiDeliver:
-            return WalkFields(cursor, kDeliver, vpf);
-        case kMtiSubmit:
-            return WalkFields(cursor, kSubmit, vpf);
-        case kMtiStatusReport:
-            return WalkFields(cursor, kReport, vpf);
-        default:
+    switch (end.kind) {
+        case PduEndKind::kWhole:
+            return {};
+        case PduEndKind::kCutBefore:
+            return std::string("cut before the ") + FieldName(end.field);
+        case PduEndKind::kCutInside:
+            return std::string("cut inside the ") + FieldName(end.field);
+        case PduEndKind::kShortUserData:
+            return "fewer than two octets of user data";
+        case PduEndKind::kLongUserData:
+            return "user data longer than an SMS holds";
+        case PduEndKind::kReservedType:
             return "reserved message type";
     }
+    return {};
 }
 
 }  // namespace tarnik
