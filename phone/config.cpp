@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 #include <sstream>
 #include <utility>
 
@@ -14,7 +15,8 @@ namespace tarnik::phone {
 
 namespace {
 
-constexpr char kHelp[] =
+// Up to the rows of the fault kinds.
+constexpr char kHelpHead[] =
     "Configuration file: \"key = value\" lines under [section] headers; lines starting\n"
     "with '#' and blank lines are ignored; keys before the first header belong to [phone].\n"
     "\n"
@@ -62,20 +64,11 @@ constexpr char kHelp[] =
     "                            the key for more lines\n"
     "\n"
     "[fault]    COMMAND is a whole command line, case ignored; N limits how often the\n"
-    "           fault fires (default: every time)\n"
-    "  silence = [N] COMMAND     neither echo nor answer\n"
-    "  garbage = [N] COMMAND     noise bytes before the answer\n"
+    "           fault fires (default: every time)\n";
+
+// After the faults' own rows.
+constexpr char kHelpTail[] =
     "  garbage_bytes = HEX       the noise (default FF7E3F0D)\n"
-    "  disconnect = [N] COMMAND  half of the answer, then the pty closes and PATH is\n"
-    "                            linked to a new one\n"
-    "  error = [N] COMMAND       \"ERROR\" (after the echo) instead of the answer; the\n"
-    "                            command line is not carried out\n"
-    "  endless_nul = [N] COMMAND      after the echo, NUL bytes without end instead of\n"
-    "  endless_garbage = [N] COMMAND  the answer (the noise of garbage_bytes, or\n"
-    "  endless_ring = [N] COMMAND     \"RING\" lines), until the client closes the port\n"
-    "  dead = [N] COMMAND        half of the answer, then nothing until the client closes\n"
-    "                            the port; the pty stays open\n"
-    "  slow = [N] COMMAND        echo and answer one byte at a time, slow_byte_ms apart\n"
     "  slow_byte_ms = N          the pace of slow (default 150)\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
@@ -416,17 +409,6 @@ private:
     }
 
     bool Fault(const std::string& key, const std::string& value, bool& known) {
-        static const std::pair<const char*, std::vector<FaultRule> PhoneConfig::*> kRules[] = {
-            {"silence", &PhoneConfig::silence},
-            {"garbage", &PhoneConfig::garbage},
-            {"disconnect", &PhoneConfig::disconnect},
-            {"error", &PhoneConfig::error},
-            {"endless_nul", &PhoneConfig::endlessNul},
-            {"endless_garbage", &PhoneConfig::endlessGarbage},
-            {"endless_ring", &PhoneConfig::endlessRing},
-            {"dead", &PhoneConfig::dead},
-            {"slow", &PhoneConfig::slow},
-        };
         if (key == "garbage_bytes")
             return ParseHexBytes(value, config_.garbageBytes);
         if (key == "slow_byte_ms") {
@@ -436,13 +418,14 @@ private:
             config_.slowByteDelay = std::chrono::milliseconds(n);
             return true;
         }
-        for (const auto& [name, list] : kRules) {
-            if (key != name)
+        for (size_t kind = 0; kind < std::size(kFaultKinds); ++kind) {
+            if (key != kFaultKinds[kind].name)
                 continue;
             FaultRule rule;
             if (!ParseFault(value, rule))
                 return false;
-            (config_.*list).push_back(rule);
+            rule.kind = kind;
+            config_.faults.push_back(rule);
             return true;
         }
         known = false;
@@ -518,8 +501,19 @@ bool ParseConfig(std::istream& in, PhoneConfig& config, std::string& error) {
     return Parser(config).Run(in, error);
 }
 
-const char* ConfigHelp() {
-    return kHelp;
+std::string ConfigHelp() {
+    std::string help = kHelpHead;
+    for (const FaultKind& fault : kFaultKinds)
+        help += HelpRow("  " + std::string(fault.name) + " = [N] COMMAND", 28, fault.help);
+    return help + kHelpTail;
+}
+
+std::string HelpRow(const std::string& usage, size_t column, const std::string& text) {
+    std::string row = usage + (usage.size() < column ? std::string(column - usage.size(), ' ')
+                                                     : "\n" + std::string(column, ' '));
+    for (const char c : text)
+        row += c == '\n' ? "\n" + std::string(column, ' ') : std::string(1, c);
+    return row + "\n";
 }
 
 }  // namespace tarnik::phone

@@ -336,7 +336,7 @@ int Main(int argc, char** argv) {
         if (arg == "--help" || arg == "-h") {
             std::fputs(kUsage, stdout);
             std::fputs(Modem::CommandHelp().c_str(), stdout);
-            std::fputs(ConfigHelp(), stdout);
+            std::fputs(ConfigHelp().c_str(), stdout);
             return 0;
         } else if (arg == "--link" && hasValue) {
             options.link = argv[++i];

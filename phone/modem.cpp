@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "pdu/pdu_decoder.h"
 
@@ -180,31 +181,19 @@ void Modem::CommandLine(const std::string& raw) {
     // V.25ter 5.2.1: whatever precedes the "AT" prefix is not part of the command.
     const size_t at = Upper(line).find("AT");
     const std::string key = at == std::string::npos ? std::string() : Upper(line.substr(at));
-    if (FaultFires(config_.silence, key)) {
-        log_.Line("FAULT", "silence " + key);
+    if (Strike(FaultStage::kLine, key))
         return;
-    }
     const size_t first = output_.size();
     Answer(raw, line, at, key);
-    if (FaultFires(config_.slow, key)) {
-        log_.Line("FAULT", "slow answer to " + key);
-        for (size_t i = first; i < output_.size(); ++i)
-            output_[i].byteDelay = config_.slowByteDelay;
-    }
+    Strike(FaultStage::kPace, key, {}, first);
 }
 
 void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
                    const std::string& key) {
     if (echo_)
         output_.push_back({Emission::kBytes, raw + "\r"});
-    if (at == std::string::npos)
+    if (at == std::string::npos || Strike(FaultStage::kCommand, key))
         return;
-    if (FaultFires(config_.error, key)) {
-        // A phone that turns the command down; garbage and disconnect still apply.
-        log_.Line("FAULT", "error " + key);
-        Reply(Info("ERROR"), key);
-        return;
-    }
 
     const std::string body = line.substr(at + 2);
     std::string reply;
@@ -456,11 +445,7 @@ std::string Modem::CommandHelp() {
         for (size_t blank = usage.find(' '); blank != std::string::npos;
              blank = usage.find(' ', blank + 4))
             usage.replace(blank, 1, ", AT");
-        usage += command.arguments;
-        // A long usage gets a line of its own.
-        usage +=
-            usage.size() < 34 ? std::string(34 - usage.size(), ' ') : "\n" + std::string(36, ' ');
-        help += "  " + usage + command.help + "\n";
+        help += HelpRow("  " + usage + command.arguments, 36, command.help);
     }
     return help + "\n";
 }
@@ -858,9 +843,9 @@ void Modem::DeliverReport(const PendingReport& report) {
         Send(Info("+CDSI: \"SR\"," + std::to_string(index)));
 }
 
-bool Modem::FaultFires(std::vector<FaultRule>& rules, const std::string& line) {
-    for (FaultRule& rule : rules) {
-        if (rule.command != line || rule.remaining == 0)
+bool Modem::FaultFires(size_t kind, const std::string& line) {
+    for (FaultRule& rule : config_.faults) {
+        if (rule.kind != kind || rule.command != line || rule.remaining == 0)
             continue;
         if (rule.remaining > 0)
             --rule.remaining;
@@ -869,41 +854,50 @@ bool Modem::FaultFires(std::vector<FaultRule>& rules, const std::string& line) {
     return false;
 }
 
-void Modem::Reply(const std::string& bytes, const std::string& line) {
-    if (FaultFires(config_.garbage, line)) {
-        log_.Line("FAULT", "garbage before the answer to " + line);
-        output_.push_back({Emission::kBytes, config_.garbageBytes});
-    }
-    if (FaultFires(config_.disconnect, line)) {
-        Send(bytes.substr(0, bytes.size() / 2));
-        log_.Line("FAULT", "disconnect in the answer to " + line);
-        output_.push_back({Emission::kDisconnect, {}});
-        return;
-    }
-    if (FaultFires(config_.dead, line)) {
-        Send(bytes.substr(0, bytes.size() / 2));
-        log_.Line("FAULT", "line dead in the answer to " + line);
-        output_.push_back({Emission::kEndless, {}});
-        return;
-    }
-    const struct {
-        std::vector<FaultRule>& rules;
-        const char* what;
-        std::string bytes;
-    } endless[] = {
-        {config_.endlessNul, "NUL bytes", std::string(1, '\0')},
-        {config_.endlessGarbage, "garbage", config_.garbageBytes},
-        {config_.endlessRing, "RING", Info("RING")},
-    };
-    for (const auto& e : endless) {
-        if (FaultFires(e.rules, line)) {
-            log_.Line("FAULT",
-                      std::string("endless ") + e.what + " instead of the answer to " + line);
-            output_.push_back({Emission::kEndless, e.bytes});
-            return;
+bool Modem::Strike(FaultStage stage, const std::string& line, const std::string& answer,
+                   size_t first) {
+    for (size_t kind = 0; kind < std::size(kFaultKinds); ++kind) {
+        const FaultKind& fault = kFaultKinds[kind];
+        if (fault.stage != stage || !FaultFires(kind, line))
+            continue;
+        const bool half = fault.effect == FaultEffect::kHalfThenHangUp ||
+                          fault.effect == FaultEffect::kHalfThenHold;
+        if (half)
+            Send(answer.substr(0, answer.size() / 2));
+        log_.Line("FAULT", fault.log + line);
+        switch (fault.effect) {
+            case FaultEffect::kSwallow:
+                return true;
+            case FaultEffect::kRefuse:
+                // A phone that turns the command down; the answer's faults still apply.
+                Reply(Info("ERROR"), line);
+                return true;
+            case FaultEffect::kNoiseFirst:
+                output_.push_back({Emission::kBytes, config_.garbageBytes});
+                break;
+            case FaultEffect::kHalfThenHangUp:
+                output_.push_back({Emission::kDisconnect, {}});
+                return true;
+            case FaultEffect::kHalfThenHold:
+                output_.push_back({Emission::kEndless, {}});
+                return true;
+            case FaultEffect::kEndless:
+                output_.push_back({Emission::kEndless, fault.pattern.empty()
+                                                           ? config_.garbageBytes
+                                                           : std::string(fault.pattern)});
+                return true;
+            case FaultEffect::kSlow:
+                for (size_t i = first; i < output_.size(); ++i)
+                    output_[i].byteDelay = config_.slowByteDelay;
+                break;
         }
     }
-    Send(bytes);
+    return false;
+}
+
+void Modem::Reply(const std::string& bytes, const std::string& line) {
+    if (!Strike(FaultStage::kAnswer, line, bytes))
+        Send(bytes);
 }
 
 void Modem::Send(const std::string& bytes) {
