@@ -135,6 +135,10 @@ bool ParseConfig(std::istream& in, PhoneConfig& config, std::string& error);
 // Text of --help that documents the file format.
 std::string ConfigHelp();
 
+// Without the blanks and line ends around it.
+std::string Trim(std::string_view text);
+std::string Upper(std::string text);
+
 // One row of --help: `usage`, then `text` from `column` on (a usage too wide for that
 // gets a line of its own); each "\n" in `text` continues it at `column`.
 std::string HelpRow(const std::string& usage, size_t column, const std::string& text);

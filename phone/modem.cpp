@@ -24,20 +24,6 @@ constexpr int kCmsOperationNotSupported = 303;
 constexpr int kCmsInvalidPduParameter = 304;
 constexpr int kCmsInvalidIndex = 321;
 
-std::string Upper(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return text;
-}
-
-std::string Trim(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos)
-        return {};
-    const size_t end = text.find_last_not_of(" \t\r\n");
-    return std::string(text.substr(begin, end - begin + 1));
-}
-
 // V.25ter 5.7.1 information text.
 std::string Info(const std::string& text) {
     return "\r\n" + text + "\r\n";
