@@ -74,6 +74,13 @@ Result Accept(bool accepted) {
     return r;
 }
 
+Result Cms(int code) {
+    Result r;
+    r.kind = Result::kCms;
+    r.code = code;
+    return r;
+}
+
 // An action command that shows a fixed text; its test form answers OK alone.
 Result Fixed(const std::string& suffix, const std::string& text) {
     Result r = Accept(suffix.empty() || suffix == "=?");
@@ -499,22 +506,17 @@ Modem::Result Modem::Cpms(const std::string& suffix) {
         r.info = Info("+CPMS: (" + reading + "),(" + writing + "),(" + writing + ")");
         return r;
     }
-    if (!IsSetSuffix(suffix)) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (!IsSetSuffix(suffix))
+        return Accept(false);
     const std::vector<std::string> names = Parameters(suffix.substr(1));
-    if (names.size() > 3) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (names.size() > 3)
+        return Accept(false);
     for (size_t i = 0; i < names.size(); ++i) {
         const std::string name = Upper(names[i]);
         const bool known = name == "MT" || name == "ME" || name == "SM" || (name == "SR" && i == 0);
         if (!known || StorageRefused(name)) {
-            r.kind = config_.storageRefusal.kind == Refusal::kCms ? Result::kCms : Result::kError;
-            r.code = config_.storageRefusal.code;
-            return r;
+            const Refusal& refusal = config_.storageRefusal;
+            return refusal.kind == Refusal::kCms ? Cms(refusal.code) : Accept(false);
         }
     }
     mem1_ = Upper(names[0]);
@@ -553,11 +555,8 @@ Modem::Result Modem::Cnmi(const std::string& suffix) {
             continue;
         valid = ParseNumber(values[i], 0, kMax[i], next[i]);
     }
-    if (!valid || (!config_.cnmiAccepted.empty() && config_.cnmiAccepted.count(setting) == 0)) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotSupported;
-        return r;
-    }
+    if (!valid || (!config_.cnmiAccepted.empty() && config_.cnmiAccepted.count(setting) == 0))
+        return Cms(kCmsOperationNotSupported);
     cnmi_ = next;
     return r;
 }
@@ -569,15 +568,10 @@ Modem::Result Modem::Cmgl(const std::string& suffix) {
         return r;
     }
     int stat = 0;  // TS 27.005 3.4.2: without <stat>, received unread messages
-    if (!suffix.empty() && !(IsSetSuffix(suffix) && ParseNumber(suffix.substr(1), 0, 4, stat))) {
-        r.kind = Result::kError;
-        return r;
-    }
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
+    if (!suffix.empty() && !(IsSetSuffix(suffix) && ParseNumber(suffix.substr(1), 0, 4, stat)))
+        return Accept(false);
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
     std::vector<std::string> entries;
     for (const Slot& slot : View(mem1_)) {
         StoredMessage& m = storages_[slot.storage].slots[slot.index];
@@ -602,21 +596,13 @@ Modem::Result Modem::Cmgr(const std::string& suffix) {
     if (suffix == "=?")
         return r;
     int index = 0;
-    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 0, 100000, index)) {
-        r.kind = Result::kError;
-        return r;
-    }
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
+    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 0, 100000, index))
+        return Accept(false);
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
     const std::optional<Slot> slot = Find(mem1_, index);
-    if (!slot) {
-        r.kind = Result::kCms;
-        r.code = kCmsInvalidIndex;
-        return r;
-    }
+    if (!slot)
+        return Cms(kCmsInvalidIndex);
     StoredMessage& m = storages_[slot->storage].slots[slot->index];
     r.info = Info("+CMGR: " + std::to_string(m.stat) + ",," + std::to_string(TpduOctets(m.pdu)) +
                   "\r\n" + m.pdu);
@@ -640,10 +626,8 @@ Modem::Result Modem::Cmgd(const std::string& suffix) {
     int index = 0;
     int flag = 0;
     if (values.empty() || values.size() > 2 || !ParseNumber(values[0], 0, 100000, index) ||
-        (values.size() == 2 && !ParseNumber(values[1], 0, 4, flag))) {
-        r.kind = Result::kError;
-        return r;
-    }
+        (values.size() == 2 && !ParseNumber(values[1], 0, 4, flag)))
+        return Accept(false);
     if (flag == 0) {
         if (const std::optional<Slot> slot = Find(mem1_, index)) {
             storages_[slot->storage].slots.erase(slot->index);
@@ -665,15 +649,10 @@ Modem::Result Modem::Cmgs(const std::string& suffix) {
     Result r;
     if (suffix == "=?")
         return r;
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
-    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 1, 255, announcedLength_)) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
+    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 1, 255, announcedLength_))
+        return Accept(false);
     r.kind = Result::kPrompt;
     return r;
 }
