@@ -94,15 +94,11 @@ bool ParseInt(const std::string& text, long min, long max, long& value) {
 
 bool ParseBool(const std::string& text, bool& value) {
     const std::string v = Upper(text);
-    if (v == "ON" || v == "YES" || v == "1" || v == "TRUE") {
-        value = true;
-        return true;
-    }
-    if (v == "OFF" || v == "NO" || v == "0" || v == "FALSE") {
-        value = false;
-        return true;
-    }
-    return false;
+    const bool on = v == "ON" || v == "YES" || v == "1" || v == "TRUE";
+    if (!on && v != "OFF" && v != "NO" && v != "0" && v != "FALSE")
+        return false;
+    value = on;
+    return true;
 }
 
 bool ParseRefusal(const std::string& text, Refusal& refusal) {

@@ -94,7 +94,6 @@ public:
         return !Empty() && Front().kind == Emission::kEndless && Front().bytes.empty();
     }
     const Emission& Front() const { return queue_.front(); }
-    size_t Offset() const { return offset_; }
     // What to write next: the rest of the front, or for an endless front a run of its
     // pattern that goes on from where the last write stopped.
     std::string_view Next(std::string& scratch) const {

@@ -104,6 +104,22 @@ Result Form(const std::string& suffix, const std::string& read, const std::strin
     return r;
 }
 
+// A set form that takes any value.
+bool AnyValue(const std::string&, Result&) {
+    return true;
+}
+
+// A set form that keeps a number from 0 to `max` in `field`.
+auto Keep(int& field, int max) {
+    return [&field, max](const std::string& value, Result&) {
+        int n = 0;
+        if (!ParseNumber(value, 0, max, n))
+            return false;
+        field = n;
+        return true;
+    };
+}
+
 }  // namespace
 
 Modem::Modem(PhoneConfig config, EventLog& log, std::function<std::time_t()> wallClock)
@@ -324,40 +340,23 @@ const std::vector<Modem::Command>& Modem::Commands() {
         {"+CNUM", "", "own numbers: none",
          [](Modem&, const std::string& s) { return Accept(s.empty() || s == "=?"); }},
         {"+CPIN", "?|=<pin>", "SIM ready, any PIN accepted",
-         [](Modem&, const std::string& s) {
-             return Form(s, "+CPIN: READY", "", [](const std::string&, Result&) { return true; });
-         }},
+         [](Modem&, const std::string& s) { return Form(s, "+CPIN: READY", "", AnyValue); }},
         {"+CFUN", "?|=<fun>[,<rst>]", "full functionality",
          [](Modem&, const std::string& s) {
-             return Form(s, "+CFUN: 1", "+CFUN: (0,1),(0,1)",
-                         [](const std::string&, Result&) { return true; });
+             return Form(s, "+CFUN: 1", "+CFUN: (0,1),(0,1)", AnyValue);
          }},
         {"+COPS", "?|=<mode>[,...]", "registered to TARNIK NET",
          [](Modem&, const std::string& s) {
-             return Form(s, "+COPS: 0,0,\"TARNIK NET\"", "",
-                         [](const std::string&, Result&) { return true; });
+             return Form(s, "+COPS: 0,0,\"TARNIK NET\"", "", AnyValue);
          }},
         {"+CREG", "?|=0..2", "home network; the setting is kept",
          [](Modem& m, const std::string& s) {
              return Form(s, "+CREG: " + std::to_string(m.creg_) + ",1", "+CREG: (0-2)",
-                         [&m](const std::string& v, Result&) {
-                             int n = 0;
-                             if (!ParseNumber(v, 0, 2, n))
-                                 return false;
-                             m.creg_ = n;
-                             return true;
-                         });
+                         Keep(m.creg_, 2));
          }},
         {"+CMEE", "?|=0..2", "kept; errors stay ERROR, +CMS ERROR",
          [](Modem& m, const std::string& s) {
-             return Form(s, "+CMEE: " + std::to_string(m.cmee_), "+CMEE: (0-2)",
-                         [&m](const std::string& v, Result&) {
-                             int n = 0;
-                             if (!ParseNumber(v, 0, 2, n))
-                                 return false;
-                             m.cmee_ = n;
-                             return true;
-                         });
+             return Form(s, "+CMEE: " + std::to_string(m.cmee_), "+CMEE: (0-2)", Keep(m.cmee_, 2));
          }},
         {"+CSCS", "?|=<set>", "GSM, IRA, 8859-1, PCCP437, UCS2 or HEX",
          [](Modem& m, const std::string& s) {
