@@ -4,7 +4,9 @@
 #include <cctype>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 #include <sstream>
+#include <type_traits>
 #include <utility>
 
 #include "pdu/hex_bytes.h"
@@ -14,7 +16,8 @@ namespace tarnik::phone {
 
 namespace {
 
-constexpr char kHelp[] =
+// Up to the rows of the fault kinds.
+constexpr char kHelpHead[] =
     "Configuration file: \"key = value\" lines under [section] headers; lines starting\n"
     "with '#' and blank lines are ignored; keys before the first header belong to [phone].\n"
     "\n"
@@ -62,20 +65,11 @@ constexpr char kHelp[] =
     "                            the key for more lines\n"
     "\n"
     "[fault]    COMMAND is a whole command line, case ignored; N limits how often the\n"
-    "           fault fires (default: every time)\n"
-    "  silence = [N] COMMAND     neither echo nor answer\n"
-    "  garbage = [N] COMMAND     noise bytes before the answer\n"
+    "           fault fires (default: every time)\n";
+
+// After the faults' own rows.
+constexpr char kHelpTail[] =
     "  garbage_bytes = HEX       the noise (default FF7E3F0D)\n"
-    "  disconnect = [N] COMMAND  half of the answer, then the pty closes and PATH is\n"
-    "                            linked to a new one\n"
-    "  error = [N] COMMAND       \"ERROR\" (after the echo) instead of the answer; the\n"
-    "                            command line is not carried out\n"
-    "  endless_nul = [N] COMMAND      after the echo, NUL bytes without end instead of\n"
-    "  endless_garbage = [N] COMMAND  the answer (the noise of garbage_bytes, or\n"
-    "  endless_ring = [N] COMMAND     \"RING\" lines), until the client closes the port\n"
-    "  dead = [N] COMMAND        half of the answer, then nothing until the client closes\n"
-    "                            the port; the pty stays open\n"
-    "  slow = [N] COMMAND        echo and answer one byte at a time, slow_byte_ms apart\n"
     "  slow_byte_ms = N          the pace of slow (default 150)\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
@@ -90,20 +84,6 @@ constexpr char kHelp[] =
     "  delay_ms = 3000\n"
     "  status = 0x46\n";
 
-std::string Trim(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t\r");
-    if (begin == std::string_view::npos)
-        return {};
-    const size_t end = text.find_last_not_of(" \t\r");
-    return std::string(text.substr(begin, end - begin + 1));
-}
-
-std::string Upper(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return text;
-}
-
 bool ParseInt(const std::string& text, long min, long max, long& value) {
     if (text.empty())
         return false;
@@ -114,15 +94,11 @@ bool ParseInt(const std::string& text, long min, long max, long& value) {
 
 bool ParseBool(const std::string& text, bool& value) {
     const std::string v = Upper(text);
-    if (v == "ON" || v == "YES" || v == "1" || v == "TRUE") {
-        value = true;
-        return true;
-    }
-    if (v == "OFF" || v == "NO" || v == "0" || v == "FALSE") {
-        value = false;
-        return true;
-    }
-    return false;
+    const bool on = v == "ON" || v == "YES" || v == "1" || v == "TRUE";
+    if (!on && v != "OFF" && v != "NO" && v != "0" && v != "FALSE")
+        return false;
+    value = on;
+    return true;
 }
 
 bool ParseRefusal(const std::string& text, Refusal& refusal) {
@@ -165,13 +141,227 @@ bool ParseFault(const std::string& text, FaultRule& rule) {
     return true;
 }
 
-bool IsStorage(const std::string& name) {
-    return name == "MT" || name == "ME" || name == "SM" || name == "SR";
+struct Deliver {
+    std::string storage;
+    size_t position;
+    std::string sender;
+    std::string text;
+};
+
+// Where one value goes, and what the parser knows while it reads it.
+struct Reading {
+    PhoneConfig& config;
+    std::string storage;  // of the current [storage] section
+    std::string key;
+    std::vector<Deliver> delivers;  // built at the end, with the whole file's SMSC
+};
+
+// Reads one value into the configuration; false when the value is bad.
+using ReadValue = bool (*)(Reading& reading, const std::string& value);
+
+template <auto field>
+bool Flag(Reading& r, const std::string& value) {
+    return ParseBool(value, r.config.*field);
+}
+
+// Any text but none.
+template <auto field>
+bool Text(Reading& r, const std::string& value) {
+    r.config.*field = value;
+    return !value.empty();
+}
+
+// A number from `min` to `max`, in the field's own unit.
+template <auto field, long min, long max>
+bool Number(Reading& r, const std::string& value) {
+    long n = 0;
+    if (!ParseInt(value, min, max, n))
+        return false;
+    r.config.*field = std::remove_reference_t<decltype(r.config.*field)>(n);
+    return true;
+}
+
+// An SMSC: none, or digits with an optional '+' before them.
+bool Smsc(Reading& r, const std::string& value) {
+    r.config.smsc = value;
+    return value.empty() ||
+           value.find_first_not_of("0123456789", value.front() == '+' ? 1 : 0) == std::string::npos;
+}
+
+bool Recipient(Reading& r, const std::string& value) {
+    r.config.reportRecipient = value;
+    return !value.empty() && value.find_first_not_of("+0123456789") == std::string::npos;
+}
+
+bool RefusedStorages(Reading& r, const std::string& value) {
+    std::istringstream words(Upper(value));
+    std::string name;
+    while (words >> name) {
+        if (name != "MT" && name != "ME" && name != "SM" && name != "SR")
+            return false;
+        r.config.refusedStorages.insert(name);
+    }
+    return true;
+}
+
+bool StorageRefusal(Reading& r, const std::string& value) {
+    return ParseRefusal(value, r.config.storageRefusal) &&
+           (r.config.storageRefusal.kind == Refusal::kCms ||
+            r.config.storageRefusal.kind == Refusal::kError);
+}
+
+bool Cnmi(Reading& r, const std::string& value) {
+    std::string setting;
+    for (const char c : value) {
+        if (c != ' ' && c != '\t')
+            setting.push_back(c);
+    }
+    if (setting.empty() || setting.find_first_not_of("0123456789,") != std::string::npos)
+        return false;
+    r.config.cnmiAccepted.insert(setting);
+    return true;
+}
+
+bool Capacity(Reading& r, const std::string& value) {
+    long n = 0;
+    if (!ParseInt(value, 1, 1000, n))
+        return false;
+    r.config.capacity[r.storage] = static_cast<int>(n);
+    return true;
+}
+
+// "STAT HEX" for pdu and pdu.N, "STAT SENDER TEXT" for deliver.
+bool Message(Reading& r, const std::string& value) {
+    std::istringstream words(value);
+    std::string statText;
+    long stat = 0;
+    if (!(words >> statText) || !ParseInt(statText, 0, 3, stat))
+        return false;
+    StoredMessage message;
+    message.stat = static_cast<int>(stat);
+    std::vector<StoredMessage>& messages = r.config.messages[r.storage];
+    if (r.key == "deliver") {
+        std::string sender, text;
+        if (!(words >> sender))
+            return false;
+        std::getline(words, text);
+        r.delivers.push_back({r.storage, messages.size(), sender, Trim(text)});
+    } else {
+        std::string hex, extra, bytes;
+        if (!(words >> hex) || (words >> extra))
+            return false;
+        message.pdu = Upper(hex);
+        if (!BytesFromHex(message.pdu, bytes) || TpduOctets(message.pdu) < 1)
+            return false;
+        long n = 0;
+        if (r.key != "pdu") {
+            if (!ParseInt(r.key.substr(4), 1, 1000, n))
+                return false;
+            message.index = static_cast<int>(n);
+        }
+    }
+    messages.push_back(message);
+    return true;
+}
+
+bool Outcomes(Reading& r, const std::string& value) {
+    std::istringstream items(value);
+    std::string item;
+    while (std::getline(items, item, ',')) {
+        Refusal outcome;
+        if (!ParseRefusal(Trim(item), outcome))
+            return false;
+        r.config.submitOutcomes.push_back(outcome);
+    }
+    return true;
+}
+
+bool Statuses(Reading& r, const std::string& value) {
+    r.config.reportStatuses.clear();
+    std::istringstream items(value);
+    std::string item;
+    long n = 0;
+    while (std::getline(items, item, ',')) {
+        if (!ParseInt(Trim(item), 0, 255, n))
+            return false;
+        r.config.reportStatuses.push_back(static_cast<uint8_t>(n));
+    }
+    return !r.config.reportStatuses.empty();
+}
+
+bool Indication(Reading& r, const std::string& value) {
+    r.config.reportIndication.push_back(value);
+    return true;
+}
+
+bool Noise(Reading& r, const std::string& value) {
+    return !value.empty() && BytesFromHex(value, r.config.garbageBytes);
+}
+
+// One key of the file: its section, its name, and how its value is read and where it
+// goes. The faults' keys in [fault] are the names in kFaultKinds.
+struct Setting {
+    const char* section;
+    const char* key;  // one ending in '.' takes any ending: "pdu." is pdu.N
+    ReadValue read;
+};
+
+const Setting kSettings[] = {
+    {"phone", "echo", Flag<&PhoneConfig::echo>},
+    {"phone", "text_mode", Flag<&PhoneConfig::textMode>},
+    {"phone", "manufacturer", Text<&PhoneConfig::manufacturer>},
+    {"phone", "model", Text<&PhoneConfig::model>},
+    {"phone", "revision", Text<&PhoneConfig::revision>},
+    {"phone", "imei", Text<&PhoneConfig::imei>},
+    {"phone", "imsi", Text<&PhoneConfig::imsi>},
+    {"phone", "smsc", Smsc},
+    {"phone", "refuse_storage", RefusedStorages},
+    {"phone", "storage_refusal", StorageRefusal},
+    {"phone", "cnmi", Cnmi},
+    {"phone", "byte_delay_us", Number<&PhoneConfig::byteDelay, 0, 10000000>},
+    {"storage", "capacity", Capacity},
+    {"storage", "pdu", Message},
+    {"storage", "pdu.", Message},
+    {"storage", "deliver", Message},
+    {"submit", "outcome", Outcomes},
+    {"submit", "first_mr", Number<&PhoneConfig::firstMessageRef, 0, 255>},
+    {"report", "delay_ms", Number<&PhoneConfig::reportDelay, 0, 3600000>},
+    {"report", "status", Statuses},
+    {"report", "cds_smsc", Flag<&PhoneConfig::cdsWithSmsc>},
+    {"report", "recipient", Recipient},
+    {"report", "indication", Indication},
+    {"fault", "garbage_bytes", Noise},
+    {"fault", "slow_byte_ms", Number<&PhoneConfig::slowByteDelay, 1, 60000>},
+};
+
+const Setting* FindSetting(const std::string& section, const std::string& key) {
+    for (const Setting& s : kSettings) {
+        const std::string_view name = s.key;
+        const bool prefix = name.back() == '.' && key.rfind(name, 0) == 0;
+        if (section == s.section && (key == name || prefix))
+            return &s;
+    }
+    return nullptr;
+}
+
+// A fault line, "[N] COMMAND", in [fault] under the name of one of the fault kinds.
+std::optional<bool> ReadFault(Reading& r, const std::string& value) {
+    for (size_t kind = 0; kind < std::size(kFaultKinds); ++kind) {
+        if (r.key != kFaultKinds[kind].name)
+            continue;
+        FaultRule rule;
+        if (!ParseFault(value, rule))
+            return false;
+        rule.kind = kind;
+        r.config.faults.push_back(rule);
+        return true;
+    }
+    return std::nullopt;
 }
 
 class Parser {
 public:
-    explicit Parser(PhoneConfig& config) : config_(config) {}
+    explicit Parser(PhoneConfig& config) : reading_{config, {}, {}, {}} {}
 
     bool Run(std::istream& in, std::string& error) {
         std::string raw;
@@ -182,7 +372,7 @@ public:
             if (line.empty() || line.front() == '#')
                 continue;
             std::string problem;
-            if (!Line(line, problem)) {
+            if (!(line.front() == '[' ? Section(line, problem) : KeyValue(line, problem))) {
                 error = "line " + std::to_string(lineNo) + ": " + problem;
                 return false;
             }
@@ -191,254 +381,42 @@ public:
     }
 
 private:
-    bool Line(const std::string& line, std::string& problem) {
-        if (line.front() == '[') {
-            if (line.back() != ']')
-                return Fail(problem, "unterminated section header");
-            std::istringstream words(Trim(line.substr(1, line.size() - 2)));
-            std::string name, storage, extra;
-            words >> name >> storage >> extra;
-            section_ = name;
-            storage_ = Upper(storage);
-            if (!extra.empty())
-                return Fail(problem, "unexpected text in section header");
-            if (section_ == "storage") {
-                if (storage_ != "ME" && storage_ != "SM" && storage_ != "SR") {
-                    return Fail(problem, "storage sections are ME, SM and SR");
-                }
-                return true;
-            }
-            if (!storage_.empty())
-                return Fail(problem, "unexpected text in section header");
-            if (section_ == "phone" || section_ == "submit" || section_ == "report" ||
-                section_ == "fault") {
-                return true;
-            }
-            return Fail(problem, "unknown section [" + section_ + "]");
+    bool Section(const std::string& line, std::string& problem) {
+        if (line.back() != ']')
+            return Fail(problem, "unterminated section header");
+        std::istringstream words(Trim(line.substr(1, line.size() - 2)));
+        std::string name, storage, extra;
+        words >> name >> storage >> extra;
+        section_ = name;
+        reading_.storage = Upper(storage);
+        if (!extra.empty())
+            return Fail(problem, "unexpected text in section header");
+        if (section_ == "storage") {
+            const std::string& s = reading_.storage;
+            return s == "ME" || s == "SM" || s == "SR" ||
+                   Fail(problem, "storage sections are ME, SM and SR");
         }
+        if (!storage.empty())
+            return Fail(problem, "unexpected text in section header");
+        const bool known = std::any_of(std::begin(kSettings), std::end(kSettings),
+                                       [&](const Setting& s) { return section_ == s.section; });
+        return known || Fail(problem, "unknown section [" + section_ + "]");
+    }
+
+    bool KeyValue(const std::string& line, std::string& problem) {
         const size_t equals = line.find('=');
         if (equals == std::string::npos)
             return Fail(problem, "expected key = value");
-        const std::string key = Trim(line.substr(0, equals));
+        const std::string& key = reading_.key = Trim(line.substr(0, equals));
         const std::string value = Trim(line.substr(equals + 1));
-        bool known = true;
-        bool ok = false;
-        if (section_ == "phone") {
-            ok = Phone(key, value, known);
-        } else if (section_ == "storage") {
-            ok = Storage(key, value, known);
-        } else if (section_ == "submit") {
-            ok = Submit(key, value, known);
-        } else if (section_ == "report") {
-            ok = Report(key, value, known);
-        } else {
-            ok = Fault(key, value, known);
-        }
-        if (!known)
-            return Fail(problem, "unknown key '" + key + "' in [" + section_ + "]");
+        std::optional<bool> ok;
+        if (const Setting* setting = FindSetting(section_, key))
+            ok = setting->read(reading_, value);
+        else if (section_ == "fault")
+            ok = ReadFault(reading_, value);
         if (!ok)
-            return Fail(problem, "bad value for '" + key + "': " + value);
-        return true;
-    }
-
-    bool Phone(const std::string& key, const std::string& value, bool& known) {
-        long n = 0;
-        if (key == "echo")
-            return ParseBool(value, config_.echo);
-        if (key == "text_mode")
-            return ParseBool(value, config_.textMode);
-        if (key == "manufacturer")
-            return Text(value, config_.manufacturer);
-        if (key == "model")
-            return Text(value, config_.model);
-        if (key == "revision")
-            return Text(value, config_.revision);
-        if (key == "imei")
-            return Text(value, config_.imei);
-        if (key == "imsi")
-            return Text(value, config_.imsi);
-        if (key == "smsc") {
-            config_.smsc = value;
-            return value.empty() ||
-                   value.find_first_not_of("0123456789", value.front() == '+' ? 1 : 0) ==
-                       std::string::npos;
-        }
-        if (key == "refuse_storage") {
-            std::istringstream words(Upper(value));
-            std::string name;
-            while (words >> name) {
-                if (!IsStorage(name))
-                    return false;
-                config_.refusedStorages.insert(name);
-            }
-            return true;
-        }
-        if (key == "storage_refusal") {
-            return ParseRefusal(value, config_.storageRefusal) &&
-                   (config_.storageRefusal.kind == Refusal::kCms ||
-                    config_.storageRefusal.kind == Refusal::kError);
-        }
-        if (key == "cnmi") {
-            std::string setting;
-            for (const char c : value) {
-                if (c != ' ' && c != '\t')
-                    setting.push_back(c);
-            }
-            if (setting.empty() || setting.find_first_not_of("0123456789,") != std::string::npos) {
-                return false;
-            }
-            config_.cnmiAccepted.insert(setting);
-            return true;
-        }
-        if (key == "byte_delay_us") {
-            if (!ParseInt(value, 0, 10000000, n))
-                return false;
-            config_.byteDelay = std::chrono::microseconds(n);
-            return true;
-        }
-        known = false;
-        return false;
-    }
-
-    bool Storage(const std::string& key, const std::string& value, bool& known) {
-        long n = 0;
-        if (key == "capacity") {
-            if (!ParseInt(value, 1, 1000, n))
-                return false;
-            config_.capacity[storage_] = static_cast<int>(n);
-            return true;
-        }
-        std::istringstream words(value);
-        std::string statText;
-        long stat = 0;
-        if (!(words >> statText) || !ParseInt(statText, 0, 3, stat)) {
-            known = key == "pdu" || key.rfind("pdu.", 0) == 0 || key == "deliver";
-            return false;
-        }
-        StoredMessage message;
-        message.stat = static_cast<int>(stat);
-        if (key == "deliver") {
-            std::string sender;
-            if (!(words >> sender))
-                return false;
-            std::string text;
-            std::getline(words, text);
-            // Built in Finish, with the service centre of the whole file.
-            delivers_.push_back({storage_, config_.messages[storage_].size(), sender, Trim(text)});
-        } else if (key == "pdu" || key.rfind("pdu.", 0) == 0) {
-            std::string hex, extra;
-            if (!(words >> hex) || (words >> extra))
-                return false;
-            message.pdu = Upper(hex);
-            std::string bytes;
-            if (!BytesFromHex(message.pdu, bytes) || TpduOctets(message.pdu) < 1)
-                return false;
-            if (key != "pdu") {
-                if (!ParseInt(key.substr(4), 1, 1000, n))
-                    return false;
-                message.index = static_cast<int>(n);
-            }
-        } else {
-            known = false;
-            return false;
-        }
-        config_.messages[storage_].push_back(message);
-        return true;
-    }
-
-    bool Submit(const std::string& key, const std::string& value, bool& known) {
-        long n = 0;
-        if (key == "outcome") {
-            std::istringstream items(value);
-            std::string item;
-            while (std::getline(items, item, ',')) {
-                Refusal outcome;
-                if (!ParseRefusal(Trim(item), outcome))
-                    return false;
-                config_.submitOutcomes.push_back(outcome);
-            }
-            return true;
-        }
-        if (key == "first_mr") {
-            if (!ParseInt(value, 0, 255, n))
-                return false;
-            config_.firstMessageRef = static_cast<int>(n);
-            return true;
-        }
-        known = false;
-        return false;
-    }
-
-    bool Report(const std::string& key, const std::string& value, bool& known) {
-        long n = 0;
-        if (key == "delay_ms") {
-            if (!ParseInt(value, 0, 3600000, n))
-                return false;
-            config_.reportDelay = std::chrono::milliseconds(n);
-            return true;
-        }
-        if (key == "status") {
-            config_.reportStatuses.clear();
-            std::istringstream items(value);
-            std::string item;
-            while (std::getline(items, item, ',')) {
-                if (!ParseInt(Trim(item), 0, 255, n))
-                    return false;
-                config_.reportStatuses.push_back(static_cast<uint8_t>(n));
-            }
-            return !config_.reportStatuses.empty();
-        }
-        if (key == "cds_smsc")
-            return ParseBool(value, config_.cdsWithSmsc);
-        if (key == "recipient") {
-            config_.reportRecipient = value;
-            return !value.empty() && value.find_first_not_of("+0123456789") == std::string::npos;
-        }
-        if (key == "indication") {
-            config_.reportIndication.push_back(value);
-            return true;
-        }
-        known = false;
-        return false;
-    }
-
-    bool Fault(const std::string& key, const std::string& value, bool& known) {
-        static const std::pair<const char*, std::vector<FaultRule> PhoneConfig::*> kRules[] = {
-            {"silence", &PhoneConfig::silence},
-            {"garbage", &PhoneConfig::garbage},
-            {"disconnect", &PhoneConfig::disconnect},
-            {"error", &PhoneConfig::error},
-            {"endless_nul", &PhoneConfig::endlessNul},
-            {"endless_garbage", &PhoneConfig::endlessGarbage},
-            {"endless_ring", &PhoneConfig::endlessRing},
-            {"dead", &PhoneConfig::dead},
-            {"slow", &PhoneConfig::slow},
-        };
-        if (key == "garbage_bytes")
-            return !value.empty() && BytesFromHex(value, config_.garbageBytes);
-        if (key == "slow_byte_ms") {
-            long n = 0;
-            if (!ParseInt(value, 1, 60000, n))
-                return false;
-            config_.slowByteDelay = std::chrono::milliseconds(n);
-            return true;
-        }
-        for (const auto& [name, list] : kRules) {
-            if (key != name)
-                continue;
-            FaultRule rule;
-            if (!ParseFault(value, rule))
-                return false;
-            (config_.*list).push_back(rule);
-            return true;
-        }
-        known = false;
-        return false;
-    }
-
-    static bool Text(const std::string& value, std::string& field) {
-        field = value;
-        return !value.empty();
+            return Fail(problem, "unknown key '" + key + "' in [" + section_ + "]");
+        return *ok || Fail(problem, "bad value for '" + key + "': " + value);
     }
 
     static bool Fail(std::string& problem, std::string text) {
@@ -450,12 +428,12 @@ private:
     // next free one.
     bool Finish(std::string& error) {
         const std::time_t now = std::time(nullptr);
-        for (const Deliver& d : delivers_) {
-            config_.messages[d.storage][d.position].pdu =
-                EncodeDeliver(config_.smsc, d.sender, d.text, now);
+        for (const Deliver& d : reading_.delivers) {
+            reading_.config.messages[d.storage][d.position].pdu =
+                EncodeDeliver(reading_.config.smsc, d.sender, d.text, now);
         }
-        for (auto& [storage, list] : config_.messages) {
-            const int capacity = config_.capacity[storage];
+        for (auto& [storage, list] : reading_.config.messages) {
+            const int capacity = reading_.config.capacity[storage];
             std::set<int> used;
             for (const StoredMessage& m : list) {
                 if (m.index == 0)
@@ -486,27 +464,43 @@ private:
         return true;
     }
 
-    struct Deliver {
-        std::string storage;
-        size_t position;
-        std::string sender;
-        std::string text;
-    };
-
-    PhoneConfig& config_;
-    std::vector<Deliver> delivers_;
+    Reading reading_;
     std::string section_ = "phone";
-    std::string storage_;
 };
 
 }  // namespace
+
+std::string Trim(std::string_view text) {
+    const size_t begin = text.find_first_not_of(" \t\r\n");
+    if (begin == std::string_view::npos)
+        return {};
+    const size_t end = text.find_last_not_of(" \t\r\n");
+    return std::string(text.substr(begin, end - begin + 1));
+}
+
+std::string Upper(std::string text) {
+    for (char& c : text)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return text;
+}
 
 bool ParseConfig(std::istream& in, PhoneConfig& config, std::string& error) {
     return Parser(config).Run(in, error);
 }
 
-const char* ConfigHelp() {
-    return kHelp;
+std::string ConfigHelp() {
+    std::string help = kHelpHead;
+    for (const FaultKind& fault : kFaultKinds)
+        help += HelpRow("  " + std::string(fault.name) + " = [N] COMMAND", 28, fault.help);
+    return help + kHelpTail;
+}
+
+std::string HelpRow(const std::string& usage, size_t column, const std::string& text) {
+    std::string row = usage + (usage.size() < column ? std::string(column - usage.size(), ' ')
+                                                     : "\n" + std::string(column, ' '));
+    for (const char c : text)
+        row += c == '\n' ? "\n" + std::string(column, ' ') : std::string(1, c);
+    return row + "\n";
 }
 
 }  // namespace tarnik::phone

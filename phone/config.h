@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarnik::phone {
@@ -20,8 +21,65 @@ struct Refusal {
     int code = 0;  // the <err> of "+CMS ERROR: <err>" (TS 27.005 3.2.5)
 };
 
+// Where a fault strikes the handling of a command line, in the order the phone gets there.
+enum class FaultStage {
+    kLine,     // as the line arrives, before its echo
+    kCommand,  // after the echo, instead of carrying the line out
+    kAnswer,   // in the answer (or the refusal) as it leaves
+    kPace,     // over all the line made the phone send, echo included
+};
+
+// What a fault does there.
+enum class FaultEffect {
+    kSwallow,         // neither echo nor answer
+    kRefuse,          // "ERROR" instead of the answer
+    kNoiseFirst,      // the noise of garbageBytes, then the answer
+    kHalfThenHangUp,  // half of the answer, then the pty is replaced
+    kHalfThenHold,    // half of the answer, then nothing until the client closes the port
+    kEndless,         // `pattern` (the noise when empty) without end, holding the client
+    kSlow,            // one byte at a time, slowByteDelay apart
+};
+
+// One kind of fault: its key in [fault], what it does and where, the FAULT log line's
+// text before the command line, and its --help text ("\n" continues the text). At one
+// stage the rows are tried in this order; a new fault is a new row here, and a new
+// effect one case in the command processor.
+struct FaultKind {
+    const char* name;
+    FaultStage stage;
+    FaultEffect effect;
+    std::string_view pattern;
+    const char* log;
+    const char* help;
+};
+
+inline constexpr FaultKind kFaultKinds[] = {
+    {"silence", FaultStage::kLine, FaultEffect::kSwallow, "", "silence ",
+     "neither echo nor answer"},
+    {"error", FaultStage::kCommand, FaultEffect::kRefuse, "", "error ",
+     "\"ERROR\" (after the echo) instead of the answer; the\ncommand line is not carried out"},
+    {"garbage", FaultStage::kAnswer, FaultEffect::kNoiseFirst, "", "garbage before the answer to ",
+     "noise bytes before the answer"},
+    {"disconnect", FaultStage::kAnswer, FaultEffect::kHalfThenHangUp, "",
+     "disconnect in the answer to ",
+     "half of the answer, then the pty closes and PATH is\nlinked to a new one"},
+    {"dead", FaultStage::kAnswer, FaultEffect::kHalfThenHold, "", "line dead in the answer to ",
+     "half of the answer, then nothing until the client closes\nthe port; the pty stays open"},
+    {"endless_nul", FaultStage::kAnswer, FaultEffect::kEndless, std::string_view("\0", 1),
+     "endless NUL bytes instead of the answer to ",
+     "after the echo, NUL bytes without end instead of the\n"
+     "answer, until the client closes the port"},
+    {"endless_garbage", FaultStage::kAnswer, FaultEffect::kEndless, "",
+     "endless garbage instead of the answer to ", "the same with the noise of garbage_bytes"},
+    {"endless_ring", FaultStage::kAnswer, FaultEffect::kEndless, "\r\nRING\r\n",
+     "endless RING instead of the answer to ", "the same with \"RING\" lines"},
+    {"slow", FaultStage::kPace, FaultEffect::kSlow, "", "slow answer to ",
+     "echo and answer one byte at a time, slow_byte_ms apart"},
+};
+
 // A fault tied to one command line, compared without regard to case.
 struct FaultRule {
+    size_t kind = 0;  // its row in kFaultKinds
     std::string command;
     int remaining = -1;  // how many more times it fires; -1 for every time
 };
@@ -65,20 +123,9 @@ struct PhoneConfig {
 
     std::chrono::microseconds byteDelay{0};
 
-    std::vector<FaultRule> silence;
-    std::vector<FaultRule> garbage;
-    std::vector<FaultRule> disconnect;
-    std::vector<FaultRule> error;
-    // A line that holds the client: instead of the answer, bytes without end (NUL, the
-    // noise of garbageBytes, "RING" lines), or half of it and then nothing; the phone
-    // keeps it up until the client closes the port.
-    std::vector<FaultRule> endlessNul;
-    std::vector<FaultRule> endlessGarbage;
-    std::vector<FaultRule> endlessRing;
-    std::vector<FaultRule> dead;
-    std::vector<FaultRule> slow;  // echo and answer paced at slowByteDelay
+    std::vector<FaultRule> faults;
     std::string garbageBytes = "\xFF\x7E\x3F\x0D";
-    std::chrono::microseconds slowByteDelay{150000};
+    std::chrono::milliseconds slowByteDelay{150};  // the pace of a slow fault
 };
 
 // Parses a configuration over the defaults in `config`. On failure `error` names the
@@ -86,6 +133,14 @@ struct PhoneConfig {
 bool ParseConfig(std::istream& in, PhoneConfig& config, std::string& error);
 
 // Text of --help that documents the file format.
-const char* ConfigHelp();
+std::string ConfigHelp();
+
+// Without the blanks and line ends around it.
+std::string Trim(std::string_view text);
+std::string Upper(std::string text);
+
+// One row of --help: `usage`, then `text` from `column` on (a usage too wide for that
+// gets a line of its own); each "\n" in `text` continues it at `column`.
+std::string HelpRow(const std::string& usage, size_t column, const std::string& text);
 
 }  // namespace tarnik::phone

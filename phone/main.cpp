@@ -12,6 +12,7 @@
 #include <ctime>
 #include <deque>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -93,7 +94,6 @@ public:
         return !Empty() && Front().kind == Emission::kEndless && Front().bytes.empty();
     }
     const Emission& Front() const { return queue_.front(); }
-    size_t Offset() const { return offset_; }
     // What to write next: the rest of the front, or for an endless front a run of its
     // pattern that goes on from where the last write stopped.
     std::string_view Next(std::string& scratch) const {
@@ -132,79 +132,79 @@ public:
 
     int Run() {
         std::string error;
-        if (!link_.Open(options_.link, error)) {
+        bool ok = link_.Open(options_.link, error);
+        if (ok)
+            log_.Line("LINK", "ready " + options_.link + " -> " + link_.slaveName());
+        while (ok && g_stop == 0)
+            ok = Step(error);
+        if (ok)
+            log_.Line("LINK", "stopped");
+        else
             std::fprintf(stderr, "tarnik-phone: %s\n", error.c_str());
-            return 1;
-        }
-        log_.Line("LINK", "ready " + options_.link + " -> " + link_.slaveName());
-        while (g_stop == 0) {
-            if (!Step(error)) {
-                std::fprintf(stderr, "tarnik-phone: %s\n", error.c_str());
-                link_.Close();
-                return 1;
-            }
-        }
-        log_.Line("LINK", "stopped");
         link_.Close();
-        return 0;
+        return ok ? 0 : 1;
     }
 
 private:
+    // One turn of the loop: a wait for the client or the next deadline, then what is due.
     bool Step(std::string& error) {
-        const Clock::time_point now = Clock::now();
-        Clock::time_point wake = now + std::chrono::seconds(1);
-        if (!connected_)
-            wake = std::min(wake, now + kIdlePoll);
-        if (const auto deadline = modem_.NextDeadline())
-            wake = std::min(wake, *deadline);
-        if (hangupAt_)
-            wake = std::min(wake, *hangupAt_);
-        const bool wantWrite = connected_ && !outbox_.Empty() && !outbox_.Stalled() && !hangupAt_;
-        if (wantWrite)
-            wake = std::min(wake, nextByte_);
-
         pollfd pfd{link_.fd(), POLLIN, 0};
-        if (wantWrite && nextByte_ <= now)
-            pfd.events |= POLLOUT;
-        // To the nanosecond: a wait cut to whole milliseconds would spin through the
-        // 87 µs between the bytes of a 115200-baud line and take a core from the client.
-        const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(wake - now);
-        timespec timeout{};
-        const long long ns = std::max<long long>(0, static_cast<long long>(wait.count()));
-        timeout.tv_sec = static_cast<time_t>(ns / 1000000000LL);
-        timeout.tv_nsec = static_cast<long>(ns % 1000000000LL);
-        sigset_t unblocked;
-        sigemptyset(&unblocked);
-        // Without a client the master is always "ready" with POLLHUP, so the wait is
-        // a plain sleep and the master is only looked at afterwards.
-        int ready = connected_ ? ppoll(&pfd, 1, &timeout, &unblocked)
-                               : ppoll(nullptr, 0, &timeout, &unblocked);
-        if (ready < 0 && errno != EINTR) {
-            error = std::string("poll: ") + std::strerror(errno);
-            return false;
-        }
+        const int ready = Wait(pfd);
+        if (ready < 0 && errno != EINTR)
+            return Failed("poll", error);
         if (ready < 0 || StopRequested())
             return true;
-        if (!connected_ && poll(&pfd, 1, 0) < 0) {
-            error = std::string("poll: ") + std::strerror(errno);
-            return false;
-        }
-
+        if (!connected_ && poll(&pfd, 1, 0) < 0)
+            return Failed("poll", error);
         if (hangupAt_ && Clock::now() >= *hangupAt_)
             return Hangup(error);
         if ((pfd.revents & POLLIN) != 0)
             Read();
-        if ((pfd.revents & POLLHUP) != 0 && (pfd.revents & POLLIN) == 0) {
-            if (connected_)
-                ClientGone();
-        } else if (!connected_ && (pfd.revents & POLLHUP) == 0) {
-            ClientCame();
-        }
+        FollowClient(pfd.revents);
         modem_.Tick(Clock::now());
         Collect();
         if (connected_)
             Write();
         return true;
+    }
+
+    static bool Failed(const char* what, std::string& error) {
+        error = std::string(what) + ": " + std::strerror(errno);
+        return false;
+    }
+
+    bool Writing() const {
+        return connected_ && !outbox_.Empty() && !outbox_.Stalled() && !hangupAt_;
+    }
+
+    // The soonest of: a look at an idle master, a report due, a hang-up, the next byte.
+    Clock::time_point WakeTime(Clock::time_point now) const {
+        Clock::time_point wake = now + (connected_ ? std::chrono::seconds(1) : kIdlePoll);
+        if (const auto deadline = modem_.NextDeadline())
+            wake = std::min(wake, *deadline);
+        if (hangupAt_)
+            wake = std::min(wake, *hangupAt_);
+        if (Writing())
+            wake = std::min(wake, nextByte_);
+        return wake;
+    }
+
+    int Wait(pollfd& pfd) const {
+        const Clock::time_point now = Clock::now();
+        if (Writing() && nextByte_ <= now)
+            pfd.events |= POLLOUT;
+        // To the nanosecond: a wait cut to whole milliseconds would spin through the
+        // 87 µs between the bytes of a 115200-baud line and take a core from the client.
+        const long long ns = std::max<long long>(
+            0, std::chrono::duration_cast<std::chrono::nanoseconds>(WakeTime(now) - now).count());
+        const timespec timeout{static_cast<time_t>(ns / 1000000000LL),
+                               static_cast<long>(ns % 1000000000LL)};
+        sigset_t unblocked;
+        sigemptyset(&unblocked);
+        // Without a client the master is always "ready" with POLLHUP, so the wait is
+        // a plain sleep and the master is only looked at afterwards.
+        return connected_ ? ppoll(&pfd, 1, &timeout, &unblocked)
+                          : ppoll(nullptr, 0, &timeout, &unblocked);
     }
 
     // A busy master can keep ppoll from ever blocking, and so from delivering a signal.
@@ -216,6 +216,7 @@ private:
         return g_stop != 0;
     }
 
+    // The bytes of a command line go to the modem as they come.
     void Read() {
         char buffer[512];
         const ssize_t n = read(link_.fd(), buffer, sizeof buffer);
@@ -227,6 +228,15 @@ private:
         } else if (n < 0 && errno == EIO && connected_) {
             ClientGone();
         }
+    }
+
+    // The master hangs up (POLLHUP) while no client holds the slave.
+    void FollowClient(short revents) {
+        const bool hungUp = (revents & POLLHUP) != 0 && (revents & POLLIN) == 0;
+        if (hungUp && connected_)
+            ClientGone();
+        else if (!connected_ && (revents & POLLHUP) == 0)
+            ClientCame();
     }
 
     void ClientCame() {
@@ -242,13 +252,13 @@ private:
         const size_t dropped = outbox_.PendingBytes();
         outbox_.Clear();
         // What crossed the line both ways, so that a client's dialogue can be measured.
-        log_.Line(
-            "LINK",
-            "client closed after " + std::to_string(bytesIn_) + " bytes in, " +
-                std::to_string(bytesOut_) + " out" +
-                (dropped > 0 ? ", " + std::to_string(dropped) + " bytes unsent" : "") +
-                (endlessSent_ > 0 ? ", " + std::to_string(endlessSent_) + " endless bytes sent"
-                                  : ""));
+        std::string what = "client closed after " + std::to_string(bytesIn_) + " bytes in, " +
+                           std::to_string(bytesOut_) + " out";
+        if (dropped > 0)
+            what += ", " + std::to_string(dropped) + " bytes unsent";
+        if (endlessSent_ > 0)
+            what += ", " + std::to_string(endlessSent_) + " endless bytes sent";
+        log_.Line("LINK", what);
         endlessSent_ = 0;
     }
 
@@ -274,35 +284,42 @@ private:
 
     void Write() {
         std::string scratch;
-        while (!outbox_.Empty() && !outbox_.Stalled() && !hangupAt_) {
-            const Emission& front = outbox_.Front();
-            if (front.kind == Emission::kDisconnect) {
+        while (Writing()) {
+            if (outbox_.Front().kind == Emission::kDisconnect) {
+                // A fault on the wire: the hang-up waits for the half answer to be read.
                 outbox_.Pop();
                 hangupAt_ = Clock::now() + kHangupGrace;
+            } else if (!WritePaced(scratch)) {
                 return;
             }
-            const Clock::time_point now = Clock::now();
-            if (now < nextByte_)
-                return;
-            const std::chrono::microseconds delay = std::max(byteDelay_, front.byteDelay);
-            const bool endless = front.kind == Emission::kEndless;
-            std::string_view bytes = outbox_.Next(scratch);
-            // A paced line sends what its clock has made due: one byte when the phone
-            // woke in time, more after a late wake-up, so that the pace over an answer
-            // is the line's and not the scheduler's.
-            if (delay.count() > 0)
-                bytes = bytes.substr(0, static_cast<size_t>(1 + (now - nextByte_) / delay));
-            const ssize_t n = write(link_.fd(), bytes.data(), bytes.size());
-            if (n <= 0)
-                return;  // full (EAGAIN) or the client just left
-            outbox_.Consume(static_cast<size_t>(n));
-            bytesOut_ += static_cast<size_t>(n);
-            if (endless)
-                endlessSent_ += static_cast<size_t>(n);
-            nextByte_ = delay.count() > 0 ? nextByte_ + n * delay : now;
         }
     }
 
+    // Writes what the line's clock has made due; false when that is nothing yet, or the
+    // pty takes nothing (full, or the client just left).
+    bool WritePaced(std::string& scratch) {
+        const Clock::time_point now = Clock::now();
+        if (now < nextByte_)
+            return false;
+        const Emission& front = outbox_.Front();
+        const std::chrono::microseconds delay = std::max(byteDelay_, front.byteDelay);
+        const bool endless = front.kind == Emission::kEndless;
+        std::string_view bytes = outbox_.Next(scratch);
+        // One byte when the phone woke in time, more after a late wake-up, so that the
+        // pace over an answer is the line's and not the scheduler's.
+        if (delay.count() > 0)
+            bytes = bytes.substr(0, static_cast<size_t>(1 + (now - nextByte_) / delay));
+        const ssize_t n = write(link_.fd(), bytes.data(), bytes.size());
+        if (n <= 0)
+            return false;
+        outbox_.Consume(static_cast<size_t>(n));
+        bytesOut_ += static_cast<size_t>(n);
+        endlessSent_ += endless ? static_cast<size_t>(n) : 0;
+        nextByte_ = delay.count() > 0 ? nextByte_ + n * delay : now;
+        return true;
+    }
+
+    // The cable pulled and plugged back: a new pty behind the same path.
     bool Hangup(std::string& error) {
         hangupAt_.reset();
         outbox_.Clear();
@@ -328,15 +345,15 @@ private:
     std::optional<Clock::time_point> hangupAt_;
 };
 
-int Main(int argc, char** argv) {
-    Options options;
+// The options, or the exit status when there is nothing more to do (--help, a mistake).
+std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
         if (arg == "--help" || arg == "-h") {
             std::fputs(kUsage, stdout);
             std::fputs(Modem::CommandHelp().c_str(), stdout);
-            std::fputs(ConfigHelp(), stdout);
+            std::fputs(ConfigHelp().c_str(), stdout);
             return 0;
         } else if (arg == "--link" && hasValue) {
             options.link = argv[++i];
@@ -352,7 +369,28 @@ int Main(int argc, char** argv) {
     }
     if (options.link.empty())
         return UsageError("--link PATH is required");
+    return std::nullopt;
+}
 
+// The signals stay blocked except inside ppoll, so none is lost between a check of the
+// flag and the wait.
+void CatchStopSignals() {
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGINT);
+    sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+}
+
+int Main(int argc, char** argv) {
+    Options options;
+    if (const std::optional<int> status = ReadOptions(argc, argv, options))
+        return *status;
     PhoneConfig config;
     if (!options.config.empty()) {
         std::ifstream in(options.config);
@@ -364,23 +402,9 @@ int Main(int argc, char** argv) {
     }
     EventLog log;
     log.SetVerbose(options.verbose);
-    if (!options.log.empty() && !log.OpenFile(options.log)) {
+    if (!options.log.empty() && !log.OpenFile(options.log))
         return UsageError("cannot open " + options.log);
-    }
-
-    // The signals stay blocked except inside ppoll, so none is lost between a check of
-    // the flag and the wait.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGTERM);
-    sigaddset(&stopSignals, SIGINT);
-    sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
-    struct sigaction action {};
-    action.sa_handler = OnSignal;
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGINT, &action, nullptr);
-    signal(SIGPIPE, SIG_IGN);
-
+    CatchStopSignals();
     Phone phone(options, std::move(config), log);
     return phone.Run();
 }

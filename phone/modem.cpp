@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "pdu/pdu_builder.h"
 #include "pdu/pdu_decoder.h"
@@ -23,20 +24,6 @@ constexpr int kCmsOperationNotAllowed = 302;
 constexpr int kCmsOperationNotSupported = 303;
 constexpr int kCmsInvalidPduParameter = 304;
 constexpr int kCmsInvalidIndex = 321;
-
-std::string Upper(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return text;
-}
-
-std::string Trim(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos)
-        return {};
-    const size_t end = text.find_last_not_of(" \t\r\n");
-    return std::string(text.substr(begin, end - begin + 1));
-}
 
 // V.25ter 5.7.1 information text.
 std::string Info(const std::string& text) {
@@ -88,6 +75,13 @@ Result Accept(bool accepted) {
     return r;
 }
 
+Result Cms(int code) {
+    Result r;
+    r.kind = Result::kCms;
+    r.code = code;
+    return r;
+}
+
 // An action command that shows a fixed text; its test form answers OK alone.
 Result Fixed(const std::string& suffix, const std::string& text) {
     Result r = Accept(suffix.empty() || suffix == "=?");
@@ -109,6 +103,22 @@ Result Form(const std::string& suffix, const std::string& read, const std::strin
         return Accept(false);
     }
     return r;
+}
+
+// A set form that takes any value.
+bool AnyValue(const std::string&, Result&) {
+    return true;
+}
+
+// A set form that keeps a number from 0 to `max` in `field`.
+auto Keep(int& field, int max) {
+    return [&field, max](const std::string& value, Result&) {
+        int n = 0;
+        if (!ParseNumber(value, 0, max, n))
+            return false;
+        field = n;
+        return true;
+    };
 }
 
 }  // namespace
@@ -181,31 +191,19 @@ void Modem::CommandLine(const std::string& raw) {
     // V.25ter 5.2.1: whatever precedes the "AT" prefix is not part of the command.
     const size_t at = Upper(line).find("AT");
     const std::string key = at == std::string::npos ? std::string() : Upper(line.substr(at));
-    if (FaultFires(config_.silence, key)) {
-        log_.Line("FAULT", "silence " + key);
+    if (Strike(FaultStage::kLine, key))
         return;
-    }
     const size_t first = output_.size();
     Answer(raw, line, at, key);
-    if (FaultFires(config_.slow, key)) {
-        log_.Line("FAULT", "slow answer to " + key);
-        for (size_t i = first; i < output_.size(); ++i)
-            output_[i].byteDelay = config_.slowByteDelay;
-    }
+    Strike(FaultStage::kPace, key, {}, first);
 }
 
 void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
                    const std::string& key) {
     if (echo_)
         output_.push_back({Emission::kBytes, raw + "\r"});
-    if (at == std::string::npos)
+    if (at == std::string::npos || Strike(FaultStage::kCommand, key))
         return;
-    if (FaultFires(config_.error, key)) {
-        // A phone that turns the command down; garbage and disconnect still apply.
-        log_.Line("FAULT", "error " + key);
-        Reply(Info("ERROR"), key);
-        return;
-    }
 
     const std::string body = line.substr(at + 2);
     std::string reply;
@@ -343,40 +341,23 @@ const std::vector<Modem::Command>& Modem::Commands() {
         {"+CNUM", "", "own numbers: none",
          [](Modem&, const std::string& s) { return Accept(s.empty() || s == "=?"); }},
         {"+CPIN", "?|=<pin>", "SIM ready, any PIN accepted",
-         [](Modem&, const std::string& s) {
-             return Form(s, "+CPIN: READY", "", [](const std::string&, Result&) { return true; });
-         }},
+         [](Modem&, const std::string& s) { return Form(s, "+CPIN: READY", "", AnyValue); }},
         {"+CFUN", "?|=<fun>[,<rst>]", "full functionality",
          [](Modem&, const std::string& s) {
-             return Form(s, "+CFUN: 1", "+CFUN: (0,1),(0,1)",
-                         [](const std::string&, Result&) { return true; });
+             return Form(s, "+CFUN: 1", "+CFUN: (0,1),(0,1)", AnyValue);
          }},
         {"+COPS", "?|=<mode>[,...]", "registered to TARNIK NET",
          [](Modem&, const std::string& s) {
-             return Form(s, "+COPS: 0,0,\"TARNIK NET\"", "",
-                         [](const std::string&, Result&) { return true; });
+             return Form(s, "+COPS: 0,0,\"TARNIK NET\"", "", AnyValue);
          }},
         {"+CREG", "?|=0..2", "home network; the setting is kept",
          [](Modem& m, const std::string& s) {
              return Form(s, "+CREG: " + std::to_string(m.creg_) + ",1", "+CREG: (0-2)",
-                         [&m](const std::string& v, Result&) {
-                             int n = 0;
-                             if (!ParseNumber(v, 0, 2, n))
-                                 return false;
-                             m.creg_ = n;
-                             return true;
-                         });
+                         Keep(m.creg_, 2));
          }},
         {"+CMEE", "?|=0..2", "kept; errors stay ERROR, +CMS ERROR",
          [](Modem& m, const std::string& s) {
-             return Form(s, "+CMEE: " + std::to_string(m.cmee_), "+CMEE: (0-2)",
-                         [&m](const std::string& v, Result&) {
-                             int n = 0;
-                             if (!ParseNumber(v, 0, 2, n))
-                                 return false;
-                             m.cmee_ = n;
-                             return true;
-                         });
+             return Form(s, "+CMEE: " + std::to_string(m.cmee_), "+CMEE: (0-2)", Keep(m.cmee_, 2));
          }},
         {"+CSCS", "?|=<set>", "GSM, IRA, 8859-1, PCCP437, UCS2 or HEX",
          [](Modem& m, const std::string& s) {
@@ -457,11 +438,7 @@ std::string Modem::CommandHelp() {
         for (size_t blank = usage.find(' '); blank != std::string::npos;
              blank = usage.find(' ', blank + 4))
             usage.replace(blank, 1, ", AT");
-        usage += command.arguments;
-        // A long usage gets a line of its own.
-        usage +=
-            usage.size() < 34 ? std::string(34 - usage.size(), ' ') : "\n" + std::string(36, ' ');
-        help += "  " + usage + command.help + "\n";
+        help += HelpRow("  " + usage + command.arguments, 36, command.help);
     }
     return help + "\n";
 }
@@ -529,22 +506,17 @@ Modem::Result Modem::Cpms(const std::string& suffix) {
         r.info = Info("+CPMS: (" + reading + "),(" + writing + "),(" + writing + ")");
         return r;
     }
-    if (!IsSetSuffix(suffix)) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (!IsSetSuffix(suffix))
+        return Accept(false);
     const std::vector<std::string> names = Parameters(suffix.substr(1));
-    if (names.size() > 3) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (names.size() > 3)
+        return Accept(false);
     for (size_t i = 0; i < names.size(); ++i) {
         const std::string name = Upper(names[i]);
         const bool known = name == "MT" || name == "ME" || name == "SM" || (name == "SR" && i == 0);
         if (!known || StorageRefused(name)) {
-            r.kind = config_.storageRefusal.kind == Refusal::kCms ? Result::kCms : Result::kError;
-            r.code = config_.storageRefusal.code;
-            return r;
+            const Refusal& refusal = config_.storageRefusal;
+            return refusal.kind == Refusal::kCms ? Cms(refusal.code) : Accept(false);
         }
     }
     mem1_ = Upper(names[0]);
@@ -583,11 +555,8 @@ Modem::Result Modem::Cnmi(const std::string& suffix) {
             continue;
         valid = ParseNumber(values[i], 0, kMax[i], next[i]);
     }
-    if (!valid || (!config_.cnmiAccepted.empty() && config_.cnmiAccepted.count(setting) == 0)) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotSupported;
-        return r;
-    }
+    if (!valid || (!config_.cnmiAccepted.empty() && config_.cnmiAccepted.count(setting) == 0))
+        return Cms(kCmsOperationNotSupported);
     cnmi_ = next;
     return r;
 }
@@ -599,15 +568,10 @@ Modem::Result Modem::Cmgl(const std::string& suffix) {
         return r;
     }
     int stat = 0;  // TS 27.005 3.4.2: without <stat>, received unread messages
-    if (!suffix.empty() && !(IsSetSuffix(suffix) && ParseNumber(suffix.substr(1), 0, 4, stat))) {
-        r.kind = Result::kError;
-        return r;
-    }
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
+    if (!suffix.empty() && !(IsSetSuffix(suffix) && ParseNumber(suffix.substr(1), 0, 4, stat)))
+        return Accept(false);
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
     std::vector<std::string> entries;
     for (const Slot& slot : View(mem1_)) {
         StoredMessage& m = storages_[slot.storage].slots[slot.index];
@@ -632,21 +596,13 @@ Modem::Result Modem::Cmgr(const std::string& suffix) {
     if (suffix == "=?")
         return r;
     int index = 0;
-    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 0, 100000, index)) {
-        r.kind = Result::kError;
-        return r;
-    }
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
+    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 0, 100000, index))
+        return Accept(false);
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
     const std::optional<Slot> slot = Find(mem1_, index);
-    if (!slot) {
-        r.kind = Result::kCms;
-        r.code = kCmsInvalidIndex;
-        return r;
-    }
+    if (!slot)
+        return Cms(kCmsInvalidIndex);
     StoredMessage& m = storages_[slot->storage].slots[slot->index];
     r.info = Info("+CMGR: " + std::to_string(m.stat) + ",," + std::to_string(TpduOctets(m.pdu)) +
                   "\r\n" + m.pdu);
@@ -670,10 +626,8 @@ Modem::Result Modem::Cmgd(const std::string& suffix) {
     int index = 0;
     int flag = 0;
     if (values.empty() || values.size() > 2 || !ParseNumber(values[0], 0, 100000, index) ||
-        (values.size() == 2 && !ParseNumber(values[1], 0, 4, flag))) {
-        r.kind = Result::kError;
-        return r;
-    }
+        (values.size() == 2 && !ParseNumber(values[1], 0, 4, flag)))
+        return Accept(false);
     if (flag == 0) {
         if (const std::optional<Slot> slot = Find(mem1_, index)) {
             storages_[slot->storage].slots.erase(slot->index);
@@ -695,15 +649,10 @@ Modem::Result Modem::Cmgs(const std::string& suffix) {
     Result r;
     if (suffix == "=?")
         return r;
-    if (textMode_) {
-        r.kind = Result::kCms;
-        r.code = kCmsOperationNotAllowed;
-        return r;
-    }
-    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 1, 255, announcedLength_)) {
-        r.kind = Result::kError;
-        return r;
-    }
+    if (textMode_)
+        return Cms(kCmsOperationNotAllowed);
+    if (!IsSetSuffix(suffix) || !ParseNumber(suffix.substr(1), 1, 255, announcedLength_))
+        return Accept(false);
     r.kind = Result::kPrompt;
     return r;
 }
@@ -859,9 +808,9 @@ void Modem::DeliverReport(const PendingReport& report) {
         Send(Info("+CDSI: \"SR\"," + std::to_string(index)));
 }
 
-bool Modem::FaultFires(std::vector<FaultRule>& rules, const std::string& line) {
-    for (FaultRule& rule : rules) {
-        if (rule.command != line || rule.remaining == 0)
+bool Modem::FaultFires(size_t kind, const std::string& line) {
+    for (FaultRule& rule : config_.faults) {
+        if (rule.kind != kind || rule.command != line || rule.remaining == 0)
             continue;
         if (rule.remaining > 0)
             --rule.remaining;
@@ -870,41 +819,50 @@ bool Modem::FaultFires(std::vector<FaultRule>& rules, const std::string& line) {
     return false;
 }
 
-void Modem::Reply(const std::string& bytes, const std::string& line) {
-    if (FaultFires(config_.garbage, line)) {
-        log_.Line("FAULT", "garbage before the answer to " + line);
-        output_.push_back({Emission::kBytes, config_.garbageBytes});
-    }
-    if (FaultFires(config_.disconnect, line)) {
-        Send(bytes.substr(0, bytes.size() / 2));
-        log_.Line("FAULT", "disconnect in the answer to " + line);
-        output_.push_back({Emission::kDisconnect, {}});
-        return;
-    }
-    if (FaultFires(config_.dead, line)) {
-        Send(bytes.substr(0, bytes.size() / 2));
-        log_.Line("FAULT", "line dead in the answer to " + line);
-        output_.push_back({Emission::kEndless, {}});
-        return;
-    }
-    const struct {
-        std::vector<FaultRule>& rules;
-        const char* what;
-        std::string bytes;
-    } endless[] = {
-        {config_.endlessNul, "NUL bytes", std::string(1, '\0')},
-        {config_.endlessGarbage, "garbage", config_.garbageBytes},
-        {config_.endlessRing, "RING", Info("RING")},
-    };
-    for (const auto& e : endless) {
-        if (FaultFires(e.rules, line)) {
-            log_.Line("FAULT",
-                      std::string("endless ") + e.what + " instead of the answer to " + line);
-            output_.push_back({Emission::kEndless, e.bytes});
-            return;
+bool Modem::Strike(FaultStage stage, const std::string& line, const std::string& answer,
+                   size_t first) {
+    for (size_t kind = 0; kind < std::size(kFaultKinds); ++kind) {
+        const FaultKind& fault = kFaultKinds[kind];
+        if (fault.stage != stage || !FaultFires(kind, line))
+            continue;
+        const bool half = fault.effect == FaultEffect::kHalfThenHangUp ||
+                          fault.effect == FaultEffect::kHalfThenHold;
+        if (half)
+            Send(answer.substr(0, answer.size() / 2));
+        log_.Line("FAULT", fault.log + line);
+        switch (fault.effect) {
+            case FaultEffect::kSwallow:
+                return true;
+            case FaultEffect::kRefuse:
+                // A phone that turns the command down; the answer's faults still apply.
+                Reply(Info("ERROR"), line);
+                return true;
+            case FaultEffect::kNoiseFirst:
+                output_.push_back({Emission::kBytes, config_.garbageBytes});
+                break;
+            case FaultEffect::kHalfThenHangUp:
+                output_.push_back({Emission::kDisconnect, {}});
+                return true;
+            case FaultEffect::kHalfThenHold:
+                output_.push_back({Emission::kEndless, {}});
+                return true;
+            case FaultEffect::kEndless:
+                output_.push_back({Emission::kEndless, fault.pattern.empty()
+                                                           ? config_.garbageBytes
+                                                           : std::string(fault.pattern)});
+                return true;
+            case FaultEffect::kSlow:
+                for (size_t i = first; i < output_.size(); ++i)
+                    output_[i].byteDelay = config_.slowByteDelay;
+                break;
         }
     }
-    Send(bytes);
+    return false;
+}
+
+void Modem::Reply(const std::string& bytes, const std::string& line) {
+    if (!Strike(FaultStage::kAnswer, line, bytes))
+        Send(bytes);
 }
 
 void Modem::Send(const std::string& bytes) {

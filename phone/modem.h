@@ -94,7 +94,12 @@ private:
     // Sends a reply, with the faults of the command line it answers.
     void Reply(const std::string& bytes, const std::string& line);
     void Send(const std::string& bytes);
-    bool FaultFires(std::vector<FaultRule>& rules, const std::string& line);
+    // Whether a rule of fault `kind` fires on `line`, counting the firing.
+    bool FaultFires(size_t kind, const std::string& line);
+    // Carries out the faults of `stage` that fire on `line`: on `answer` in the answer,
+    // on the output from index `first` on for a pace. True when the line gets no more.
+    bool Strike(FaultStage stage, const std::string& line, const std::string& answer = {},
+                size_t first = 0);
 
     PhoneConfig config_;
     EventLog& log_;
