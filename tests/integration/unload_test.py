@@ -15,8 +15,8 @@ import sys
 import threading
 import time
 
-from wine_phone import (HERE, WINE_RUN, com_profile, data_file, fields, phone_on_com,
-                        windows_path)
+from wine_phone import (HERE, WINE_RUN, com_profile, data_file, fields, lines_of,
+                        phone_on_com, windows_path)
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 only = sys.argv[3] if len(sys.argv) > 3 else ""
@@ -52,21 +52,21 @@ def run(case):
         errors = stderr.read().decode("utf-8", "replace")
         stderr.close()
         log = phone.log()
-    unload = [fields(l) for l in out if l.startswith("UNLOAD -> 0 ")]
+    unload = [fields(line) for line in out if line.startswith("UNLOAD -> 0 ")]
     expect(len(unload) == 1, "no UNLOAD -> 0: %s" % errors[-1500:])
     expect((unload[0]["windows"], unload[0]["threads"]) == ("0", "0"),
            "left behind: windows=%s threads=%s" % (unload[0]["windows"], unload[0]["threads"]))
     expect("ARCHIVE-PAGE script=done" in out and "HOLD %d" % HOLD_MS in out, "the run stopped")
-    heaps = [fields(l) for l in out if l.startswith("HEAPS ")]
-    complaints = [l for l in errors.splitlines() if ":heap:" in l]
+    heaps = lines_of("\n".join(out), "HEAPS")
+    complaints = [line for line in errors.splitlines() if ":heap:" in line]
     expect(heaps and heaps[0]["valid"] == heaps[0]["count"] and not complaints,
            "heap: %r %s" % (heaps, "\n".join(complaints[:5])))
     expect(code == 0, "exit status %d" % code)
-    heard = [l[3:] for l in log if l.startswith("RX ")]
+    heard = [line[3:] for line in log if line.startswith("RX ")]
     expect(heard == case["heard"], "heard %r" % heard)
     if "cut" in case:
         expect(closed_while_running, "the port was not closed by the unload")
-        closed = [l for l in log if l.startswith("LINK client closed")]
+        closed = [line for line in log if line.startswith("LINK client closed")]
         expect(closed, "the phone never saw the port closed")
         # Cut short: most of the listing was still to come, not just its last bytes.
         sent = int(re.search(r" (\d+) out", closed[0]).group(1))
@@ -78,7 +78,7 @@ def run(case):
 def port_closed(phone):
     """Whether the phone sees the port closed, given the moment it takes to notice."""
     for _ in range(20):
-        if any(l.startswith("LINK client closed") for l in phone.log()):
+        if any(line.startswith("LINK client closed") for line in phone.log()):
             return True
         time.sleep(0.1)
     return False
