@@ -122,9 +122,12 @@ void CWndModemConfig::Abandon() {
     HWND window = hwnd();
     if (window == nullptr || !IsWindow(window))
         return;
+    // Ended as a modal dialog ends, and destroyed now rather than when its loop returns:
+    // no window of ours may outlive the unload. The loop then sleeps until something is
+    // posted; the last message wakes it to find its window gone, so that it returns as
+    // soon as the unload that ended it has.
+    EndDialog(IDCANCEL);
     DestroyWindow(window);
-    // The modal loop sleeps until something is posted; this wakes it to find its window
-    // gone, so that it returns as soon as the unload that ended it has.
     PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
 }
 
