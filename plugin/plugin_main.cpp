@@ -120,6 +120,10 @@ void Unload() {
     CallService(L"HRX/Settings/Destroy", settingsHandle,
                 reinterpret_cast<intptr_t>(theApp.instance()));
     CallService(L"SMST/Unregister", kTransportId);
+    // The page's destroy handler first ends an open profile chooser and outwaits its
+    // download (whose link it closes); only then do the windows and objects go. The host
+    // may be calling from inside the chooser's own loop: that frame finds the chooser
+    // abandoned and leaves without touching the page.
     if (archivePage != nullptr) {
         if (IsWindow(archivePage->hwnd()))
             DestroyWindow(archivePage->hwnd());

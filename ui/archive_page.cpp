@@ -21,9 +21,11 @@ constexpr int kCloseButtonFromBottom = 39;
 CWndAccessHost::CWndAccessHost() : hrx::CUIWin7Dialog(IDD_ACCESS_HOST) {}
 
 CWndAccessHost::~CWndAccessHost() {
-    // Deleted with its window still there (at unload): the pages go with it.
-    for (CWndSmsDownload* page : pages_)
+    // Deleted with its window still there: the pages go with it, downloads ended first.
+    for (CWndSmsDownload* page : pages_) {
+        page->EndDownload();
         delete page;
+    }
 }
 
 bool CWndAccessHost::Busy() const {
@@ -125,6 +127,8 @@ void CWndAccessHost::OnClose() {
 void CWndAccessHost::OnDestroyPages() {
     hrx::CUIWin7Dialog::OnDestroy();
     for (CWndSmsDownload* page : pages_) {
+        // A chooser and its worker write into the page: they end before it goes.
+        page->EndDownload();
         DestroyWindow(page->hwnd());
         delete page;
     }

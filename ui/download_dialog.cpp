@@ -69,7 +69,7 @@ BOOL CWndSmsDownload::OnInitDialog() {
 
 void CWndSmsDownload::OnMenuCommand(UINT command) {
     // While the chooser is open its worker may be rewriting the list and the groups.
-    if (busy_)
+    if (Busy())
         return;
     // Reached from the host's message loop: the chooser's template is ours.
     dlg::ModuleStateGuard guard(theApp.instance(), theApp.activationContext());
@@ -156,10 +156,21 @@ void CWndSmsDownload::StartDownload() {
     chooser->groups = &groups_;
     // Until the chooser and its last worker are gone (its destructor waits for the
     // worker), the list and the groups are theirs.
-    busy_ = true;
+    chooser_ = chooser.get();
     chooser->DoModal();
+    // An unload inside the chooser's loop has ended it and deleted this dialog: only the
+    // chooser, ours on this frame, may be touched now.
+    if (chooser->Abandoned())
+        return;
     chooser.reset();
-    busy_ = false;
+    chooser_ = nullptr;
+}
+
+void CWndSmsDownload::EndDownload() {
+    if (chooser_ == nullptr)
+        return;
+    chooser_->Abandon();
+    chooser_ = nullptr;
 }
 
 void CWndSmsDownload::SelectAllMessages() {

@@ -17,13 +17,18 @@ constexpr UINT kCommandDownload = 1000;
 constexpr UINT kCommandSelectAll = 1001;
 constexpr UINT kCommandSave = 1002;
 
+class CWndModemConfig;
+
 class CWndSmsDownload : public hrx::CUIScalableDialog {
 public:
     CWndSmsDownload();
 
     // True while the profile chooser is open, and with it perhaps a download that writes
     // into this dialog's list and groups: whoever holds the dialog must not destroy it then.
-    bool Busy() const { return busy_; }
+    bool Busy() const { return chooser_ != nullptr; }
+    // Ends an open chooser and its download for good; afterwards nothing of theirs
+    // touches this dialog, which may then go even with the chooser's loop on the stack.
+    void EndDownload();
 
 protected:
     void DoDataExchange(dlg::DataExchange& dx) override;
@@ -46,7 +51,7 @@ private:
     std::vector<MessageGroup> groups_;  // one per row of the list, in row order
     dlg::ListView list_;
     dlg::Edit text_;
-    bool busy_ = false;
+    CWndModemConfig* chooser_ = nullptr;  // open, run by StartDownload's frame
 };
 
 }  // namespace tarnik

@@ -19,6 +19,36 @@ void SetCell(HWND listView, int row, int column, const std::u16string& text) {
                  reinterpret_cast<LPARAM>(&cell));
 }
 
+// The exchange with the phone measures every wait on the job's clock, so a stop is a clock
+// that has run out: once asked, each reading is far past the last, the exchange under way
+// gives up at its next look (one read, at most a poll), later ones at once, and the run
+// leaves by its usual way (link closed, windows given back, job released). Sleeps end
+// early too, so a stop waits for no pause of the exchange.
+class StoppableClock final : public Clock {
+public:
+    explicit StoppableClock(const std::atomic<bool>* stop) : stop_(stop) {}
+
+    uint32_t TickCount() override {
+        if (Stopped())
+            leap_ += kLeap;  // wraps harmlessly: the exchange subtracts readings
+        return SystemClock().TickCount() + leap_;
+    }
+    void Sleep(uint32_t milliseconds) override {
+        for (uint32_t slept = 0; slept < milliseconds && !Stopped(); slept += kSlice)
+            SystemClock().Sleep(milliseconds - slept < kSlice ? milliseconds - slept : kSlice);
+    }
+
+private:
+    // More than any time-out of the exchange, less than half the clock's range.
+    static constexpr uint32_t kLeap = 1u << 30;
+    static constexpr uint32_t kSlice = 50;
+
+    bool Stopped() const { return stop_ != nullptr && stop_->load(); }
+
+    const std::atomic<bool>* stop_;
+    uint32_t leap_ = 0;
+};
+
 class WindowsDownloadUi final : public DownloadUi {
 public:
     explicit WindowsDownloadUi(const DownloadJob& job) : job_(job) {}
@@ -91,7 +121,8 @@ DWORD WINAPI DownloadWorker(LPVOID argument) {
     std::unique_ptr<DownloadJob> job(static_cast<DownloadJob*>(argument));
     WindowsDownloadUi ui(*job);
     HostTranslator texts;
-    DownloadEnvironment env{texts};
+    StoppableClock clock(job->stop);
+    DownloadEnvironment env{texts, clock};
     RunDownload(job->profile, *job->groups, ui, env);
     return 0;
 }

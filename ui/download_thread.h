@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <vector>
 
 #include "download/download_worker.h"
@@ -19,6 +20,9 @@ struct DownloadJob {
     HWND statusLabel = nullptr;          // the chooser's status line; its parent is the chooser
     std::vector<MessageGroup>* groups = nullptr;  // the download dialog's rows, one per group
     std::vector<HWND> reenableWindows;            // Cancel, OK, profile list, in this order
+    // Set by the chooser when the worker must end now (the plug-in unloads); the chooser
+    // outwaits the worker, so the flag outlives it.
+    const std::atomic<bool>* stop = nullptr;
 };
 
 // Sent by the worker to the chooser (the status line's parent) to end it with WPARAM as

@@ -83,6 +83,7 @@ void CWndModemConfig::OnDownload() {
     job->statusLabel = status_.hwnd();
     job->groups = groups;
     job->reenableWindows = {close_.hwnd(), download_.hwnd(), profileList_.hwnd()};
+    job->stop = &stopWorker_;
 
     profileList_.Enable(false);
     download_.Enable(false);
@@ -114,10 +115,30 @@ LRESULT CWndModemConfig::OnWorkerDone(WPARAM result, LPARAM) {
     return 0;
 }
 
+void CWndModemConfig::Abandon() {
+    abandoned_ = true;
+    stopWorker_ = true;
+    WaitForWorker();
+    HWND window = hwnd();
+    if (window == nullptr || !IsWindow(window))
+        return;
+    // Ended as a modal dialog ends, and destroyed now rather than when its loop returns:
+    // no window of ours may outlive the unload. The loop then sleeps until something is
+    // posted; the last message wakes it to find its window gone, so that it returns as
+    // soon as the unload that ended it has.
+    EndDialog(IDCANCEL);
+    DestroyWindow(window);
+    PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
+}
+
 void CWndModemConfig::WaitForWorker() {
     if (workerWait_ == nullptr)
         return;
-    // The worker talks to our windows with SendMessage: answer those while waiting.
+    // The worker talks to our windows with SendMessage, and this thread owns them: were
+    // it to wait deaf, a worker blocked in one of those calls would never end. So the
+    // wait answers sent messages (and only those: no input, no posted message, nothing
+    // that could start another download or close a window under us) until the thread
+    // has ended.
     while (MsgWaitForMultipleObjects(1, &workerWait_, FALSE, INFINITE, QS_SENDMESSAGE) ==
            WAIT_OBJECT_0 + 1) {
         MSG message;

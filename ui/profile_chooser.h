@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,6 +25,13 @@ public:
     void AddProfile(std::wstring name, std::wstring base64);
     size_t ProfileCount() const { return profiles_.size(); }
 
+    // The dialog that opened the chooser is going away (the plug-in unloads), perhaps
+    // while this dialog's modal loop is on the stack: the worker is stopped and outwaited,
+    // then the window goes at once. The object stays with whoever runs the loop, which
+    // asks Abandoned() when the loop returns.
+    void Abandon();
+    bool Abandoned() const { return abandoned_; }
+
     HWND listView = nullptr;                      // the download dialog's message list
     std::vector<MessageGroup>* groups = nullptr;  // the download dialog's groups
 
@@ -42,7 +50,9 @@ private:
     std::vector<std::pair<std::wstring, std::wstring>> profiles_;  // (name, Base64)
     // The worker's handle; the worker closes it and leaves INVALID_HANDLE_VALUE.
     HANDLE workerHandle_ = INVALID_HANDLE_VALUE;
-    HANDLE workerWait_ = nullptr;  // our own handle of the last worker, to outwait it
+    HANDLE workerWait_ = nullptr;          // our own handle of the last worker, to outwait it
+    std::atomic<bool> stopWorker_{false};  // the worker's clock runs out once set
+    bool abandoned_ = false;
     dlg::ComboBox profileList_;
     dlg::Static status_;
     dlg::Button download_;

@@ -37,9 +37,18 @@ intptr_t Invoke(Host& host) {
 // Runs the menu entry on this thread for a script on another: a menu callback belongs to
 // the host's user-interface thread.
 LRESULT CALLBACK InvokerProc(HWND window, UINT message, WPARAM w, LPARAM l) {
-    if (message == WM_APP) {
-        auto* host = reinterpret_cast<Host*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* host = reinterpret_cast<Host*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (message == kInvokeMenu)
         return host != nullptr ? Invoke(*host) : -1;
+    if (message == kInvokeUnload) {
+        if (host == nullptr)
+            return 0;
+        Sleep(static_cast<DWORD>(w));  // busy elsewhere: sent messages wait
+        std::string error;
+        const bool done = UnloadPlugin(*host, error);
+        if (!done)
+            Warn(error);
+        return done ? 1 : 0;
     }
     return DefWindowProcW(window, message, w, l);
 }

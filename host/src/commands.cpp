@@ -1,5 +1,9 @@
 #include "commands.h"
 
+#include <windows.h>
+
+#include <tlhelp32.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -146,15 +150,44 @@ int WindowsOf(HMODULE module) {
     return search.count;
 }
 
-bool Unload(Host& host, const CommandArgs&, std::string& error) {
-    const auto unload = Export<PluginUnloadFn>(host, "pluginUnload", error);
-    if (unload == nullptr) {
-        return false;
+// Threads of this process that started in the plug-in's code: after pluginUnload none may
+// be running, since that code may go with the module.
+int ThreadsOf(HMODULE module) {
+    using QueryThreadFn = LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*);
+    constexpr int kThreadStartAddress = 9;  // ThreadQuerySetWin32StartAddress
+    const FARPROC found =
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryInformationThread");
+    QueryThreadFn query = nullptr;
+    std::memcpy(&query, &found, sizeof query);
+    HANDLE snapshot =
+        query != nullptr ? CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0) : INVALID_HANDLE_VALUE;
+    if (snapshot == INVALID_HANDLE_VALUE)
+        return -1;
+    int count = 0;
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        if (entry.th32OwnerProcessID != GetCurrentProcessId())
+            continue;
+        HANDLE thread =
+            OpenThread(THREAD_QUERY_INFORMATION | SYNCHRONIZE, FALSE, entry.th32ThreadID);
+        if (thread == nullptr)
+            continue;
+        void* start = nullptr;
+        // A thread that has ended but is still listed runs nothing.
+        if (WaitForSingleObject(thread, 0) == WAIT_TIMEOUT &&
+            query(thread, kThreadStartAddress, &start, sizeof start, nullptr) == 0 &&
+            module != nullptr && ModuleOf(start) == module) {
+            ++count;
+        }
+        CloseHandle(thread);
     }
-    const int result = unload();
-    host.output.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host) +
-                      " windows=" + std::to_string(WindowsOf(host.plugin.handle())));
-    return true;
+    CloseHandle(snapshot);
+    return count;
+}
+
+bool Unload(Host& host, const CommandArgs&, std::string& error) {
+    return UnloadPlugin(host, error);
 }
 
 bool Transports(Host& host, const CommandArgs&, std::string&) {
@@ -268,6 +301,17 @@ bool Log(Host& host, const CommandArgs&, std::string&) {
     return true;
 }
 
+bool Heaps(Host& host, const CommandArgs&, std::string&) {
+    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 16);
+    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    size_t valid = 0;
+    for (HANDLE heap : heaps)
+        valid += HeapValidate(heap, 0, nullptr) ? 1 : 0;
+    host.output.Print("HEAPS count=" + std::to_string(heaps.size()) +
+                      " valid=" + std::to_string(valid));
+    return true;
+}
+
 bool Free(Host& host, const CommandArgs&, std::string&) {
     const HMODULE module = host.plugin.handle();
     const size_t menuBefore = host.registered.menu().size();
@@ -287,6 +331,18 @@ bool Free(Host& host, const CommandArgs&, std::string&) {
 
 }  // namespace
 
+bool UnloadPlugin(Host& host, std::string& error) {
+    const auto unload = Export<PluginUnloadFn>(host, "pluginUnload", error);
+    if (unload == nullptr) {
+        return false;
+    }
+    const int result = unload();
+    host.output.Print("UNLOAD -> " + std::to_string(result) + " bound=" + Binding(host) +
+                      " windows=" + std::to_string(WindowsOf(host.plugin.handle())) +
+                      " threads=" + std::to_string(ThreadsOf(host.plugin.handle())));
+    return true;
+}
+
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {"info", "", 0, 0,
@@ -300,7 +356,7 @@ const std::vector<Command>& Commands() {
          Load},
         {"unload", "", 0, 0,
          "Call pluginUnload(). Prints UNLOAD -> <result> bound=... windows=<the plug-in's "
-         "windows still there>",
+         "windows still there> threads=<threads started in the plug-in's code still running>",
          Unload},
         {"transports", "", 0, 0,
          "Registered transports: TRANSPORTS count=N, then TRANSPORT id name number10 "
@@ -332,6 +388,11 @@ const std::vector<Command>& Commands() {
          "FreeLibrary the plug-in; menu items and transports whose code lay in it are "
          "dropped. Prints FREE module droppedMenuItems droppedTransports.",
          Free},
+        {"heaps", "", 0, 0,
+         "Check every heap of the process, blocks in use and free ones (HeapValidate): "
+         "HEAPS count=N valid=<how many passed>. Under WINEDEBUG=warn+heap, Wine also "
+         "names on stderr what it finds, and watches freed blocks for writes meanwhile.",
+         Heaps},
         {"send", "PROFILE TEXT NUMBER...", 3, 1000,
          "Send TEXT to the NUMBERs through the stored profile named PROFILE, as the SMS "
          "plug-in does: a window with its progress list box, an SmstSendInfo (every "

@@ -20,6 +20,10 @@ struct Command {
     bool (*run)(Host& host, const CommandArgs& args, std::string& error);
 };
 
+// Calls the plug-in's pluginUnload and prints what it left: UNLOAD -> result bound windows
+// threads. The unload command, and a script's unload at any moment.
+bool UnloadPlugin(Host& host, std::string& error);
+
 const std::vector<Command>& Commands();
 const Command* FindCommand(const std::string& name);
 

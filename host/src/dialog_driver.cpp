@@ -532,8 +532,18 @@ bool MenuCancel(ScriptStep& step) {
 bool Menu(ScriptStep& step) {
     if (step.menuInvoker == nullptr)
         return false;
-    SendMessageW(step.menuInvoker, WM_APP, 0, 0);
+    SendMessageW(step.menuInvoker, kInvokeMenu, 0, 0);
     return true;
+}
+
+// On the host's thread too: a host unloads its plug-ins from its own thread, from inside
+// whichever loop runs there, e.g. the chooser's.
+bool UnloadNow(ScriptStep& step) {
+    long deaf = 0;
+    step.words >> deaf;
+    if (step.menuInvoker == nullptr || deaf < 0)
+        return false;
+    return SendMessageW(step.menuInvoker, kInvokeUnload, static_cast<WPARAM>(deaf), 0) != 0;
 }
 
 bool Time(ScriptStep& step) {
@@ -609,6 +619,13 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
          T::kNothing, Menu},
         {L"time", "", "TIME ms=<milliseconds since the system started> (no dialog needed).",
          T::kNothing, Time},
+        {L"unload-now", "[MS]",
+         "Call pluginUnload on the host's thread now, from inside whatever loop of the "
+         "plug-in runs there, as a host that quits with the plug-in's windows open; with MS "
+         "the host's thread first answers no message for that long, so that a download's "
+         "next message to a window waits for the unload. Prints UNLOAD as the unload "
+         "command does (archive-page only; no dialog needed).",
+         T::kNothing, UnloadNow},
     };
     return verbs;
 }

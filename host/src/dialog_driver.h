@@ -30,10 +30,14 @@ const std::vector<ScriptVerb>& ScriptVerbs();
 // asked), or null.
 HWND TopWindow(const wchar_t* cls, bool enabled);
 
+// What the host's thread does for a script, asked by a message to its `menu` window.
+constexpr UINT kInvokeMenu = WM_APP;        // use the plug-in's menu entry
+constexpr UINT kInvokeUnload = WM_APP + 1;  // deaf for WPARAM ms, then pluginUnload
+
 class DialogDriver {
 public:
     // Starts on its own thread and waits for a dialog of this process to appear. `menu`,
-    // when given, is a window of the host's thread whose WM_APP runs the menu entry.
+    // when given, is a window of the host's thread that runs kInvokeMenu and kInvokeUnload.
     DialogDriver(Output& output, std::wstring script, HWND menu = nullptr);
     ~DialogDriver();  // waits for the script to finish
     DialogDriver(const DialogDriver&) = delete;
