@@ -50,6 +50,7 @@ constexpr char kHelp[] =
     "                            that is no SMS-SUBMIT or whose TPDU length differs\n"
     "                            from AT+CMGS=<n> always gets +CMS ERROR: 304\n"
     "  first_mr = N              the first \"+CMGS:\" reference, counting up (default 1)\n"
+    "  answer_ms = N             silence from Ctrl-Z to the answer (default 0)\n"
     "\n"
     "[report]   for submissions with TP-SRR, routed by the AT+CNMI in force when due:\n"
     "           <ds> 1 gives +CDS, <ds> 2 stores in SR and gives +CDSI, <ds> 0 or\n"
@@ -77,6 +78,8 @@ constexpr char kHelp[] =
     "                            the port; the pty stays open\n"
     "  slow = [N] COMMAND        echo and answer one byte at a time, slow_byte_ms apart\n"
     "  slow_byte_ms = N          the pace of slow (default 150)\n"
+    "  late = [N] COMMAND        the echo at once, the answer after late_ms of silence\n"
+    "  late_ms = N               the silence of late (default 1000)\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
     "turns down the first submission as congested and reports a delivery failure:\n"
@@ -372,6 +375,12 @@ private:
             }
             return true;
         }
+        if (key == "answer_ms") {
+            if (!ParseInt(value, 0, 600000, n))
+                return false;
+            config_.submitAnswerDelay = std::chrono::milliseconds(n);
+            return true;
+        }
         if (key == "first_mr") {
             if (!ParseInt(value, 0, 255, n))
                 return false;
@@ -426,9 +435,17 @@ private:
             {"endless_ring", &PhoneConfig::endlessRing},
             {"dead", &PhoneConfig::dead},
             {"slow", &PhoneConfig::slow},
+            {"late", &PhoneConfig::late},
         };
         if (key == "garbage_bytes")
             return ParseHexBytes(value, config_.garbageBytes);
+        if (key == "late_ms") {
+            long n = 0;
+            if (!ParseInt(value, 0, 600000, n))
+                return false;
+            config_.lateDelay = std::chrono::milliseconds(n);
+            return true;
+        }
         if (key == "slow_byte_ms") {
             long n = 0;
             if (!ParseInt(value, 1, 60000, n))

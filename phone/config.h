@@ -52,7 +52,8 @@ struct PhoneConfig {
     // AT+CNMI parameter lists accepted, blanks removed; empty accepts every setting.
     std::set<std::string> cnmiAccepted;
 
-    std::vector<Refusal> submitOutcomes;  // one per submission attempt, then ok
+    std::vector<Refusal> submitOutcomes;             // one per submission attempt, then ok
+    std::chrono::milliseconds submitAnswerDelay{0};  // silence before a submission's answer
     int firstMessageRef = 1;
 
     std::chrono::milliseconds reportDelay{2000};
@@ -77,6 +78,8 @@ struct PhoneConfig {
     std::vector<FaultRule> endlessRing;
     std::vector<FaultRule> dead;
     std::vector<FaultRule> slow;  // echo and answer paced at slowByteDelay
+    std::vector<FaultRule> late;  // the echo at once, the answer after lateDelay of silence
+    std::chrono::milliseconds lateDelay{1000};
     std::string garbageBytes = "\xFF\x7E\x3F\x0D";
     std::chrono::microseconds slowByteDelay{150000};
 };

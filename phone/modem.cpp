@@ -157,7 +157,7 @@ void Modem::Receive(std::string_view bytes, Clock::time_point now) {
                 log_.Line("RX", line + "...");
                 Send(Info("ERROR"));
             } else {
-                CommandLine(line);
+                CommandLine(line, now);
             }
         } else if (c == '\n' && line_.empty()) {
             // The LF of a CR LF terminator: V.25ter ends the line at S3 (CR) alone.
@@ -172,7 +172,7 @@ void Modem::Receive(std::string_view bytes, Clock::time_point now) {
     }
 }
 
-void Modem::CommandLine(const std::string& raw) {
+void Modem::CommandLine(const std::string& raw, Clock::time_point now) {
     std::string line = Trim(raw);
     if (line.empty())
         return;
@@ -185,7 +185,12 @@ void Modem::CommandLine(const std::string& raw) {
         return;
     }
     const size_t first = output_.size();
+    const bool echoed = echo_;
     Answer(raw, line, at, key);
+    if (FaultFires(config_.late, key)) {
+        log_.Line("FAULT", "late answer to " + key);
+        Hold(first + (echoed ? 1 : 0), now + config_.lateDelay);
+    }
     if (FaultFires(config_.slow, key)) {
         log_.Line("FAULT", "slow answer to " + key);
         for (size_t i = first; i < output_.size(); ++i)
@@ -725,12 +730,23 @@ void Modem::PromptByte(char c, Clock::time_point now) {
     received.swap(pdu_);
     if (echo_)
         output_.push_back({Emission::kBytes, received});
+    const size_t answer = output_.size();
     std::string pdu;
     for (const char b : received) {
         if (b != '\r' && b != '\n' && b != ' ')
             pdu.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(b))));
     }
     Submit(pdu, now);
+    if (config_.submitAnswerDelay.count() > 0)
+        Hold(answer, now + config_.submitAnswerDelay);
+}
+
+void Modem::Hold(size_t first, Clock::time_point until) {
+    if (first >= output_.size())
+        return;
+    held_.insert(held_.end(), output_.begin() + static_cast<std::ptrdiff_t>(first), output_.end());
+    output_.resize(first);
+    heldUntil_ = until;
 }
 
 void Modem::Submit(const std::string& pdu, Clock::time_point now) {
@@ -796,12 +812,18 @@ void Modem::Submit(const std::string& pdu, Clock::time_point now) {
 }
 
 std::optional<Modem::Clock::time_point> Modem::NextDeadline() const {
+    if (!held_.empty() && (pending_.empty() || heldUntil_ < pending_.front().due))
+        return heldUntil_;
     if (pending_.empty())
         return std::nullopt;
     return pending_.front().due;
 }
 
 void Modem::Tick(Clock::time_point now) {
+    if (!held_.empty() && now >= heldUntil_) {
+        output_.insert(output_.end(), held_.begin(), held_.end());
+        held_.clear();
+    }
     // TS 27.005 3.4.1 <mode> 1 and 2: indications wait while a command is in progress.
     while (!pending_.empty() && pending_.front().due <= now && !prompt_ && line_.empty()) {
         PendingReport report = pending_.front();

@@ -70,7 +70,9 @@ private:
         std::map<int, StoredMessage> slots;
     };
 
-    void CommandLine(const std::string& line);
+    void CommandLine(const std::string& line, Clock::time_point now);
+    // Keeps what was queued from `first` on until `until`: a phone slow to answer.
+    void Hold(size_t first, Clock::time_point until);
     void Answer(const std::string& raw, const std::string& line, size_t at, const std::string& key);
     void PromptByte(char c, Clock::time_point now);
     void Submit(const std::string& pdu, Clock::time_point now);
@@ -100,6 +102,8 @@ private:
     EventLog& log_;
     std::function<std::time_t()> wallClock_;
     std::vector<Emission> output_;
+    std::vector<Emission> held_;
+    Clock::time_point heldUntil_;
 
     std::string line_;
     bool lineOverflow_ = false;
