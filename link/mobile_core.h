@@ -57,8 +57,8 @@ private:
 
 // Above this many bytes received in one exchange the phone is taken to be babbling: the
 // largest reply we can use, a full listing of 2047 messages of at most ~400 characters
-// each, is about 820 KiB. A size limit holds on any link speed, where a time limit would
-// have to allow a slow 9600-baud cable many minutes.
+// each, is about 820 KiB. A size limit ends a flood at any line speed, where the time limit
+// below has to allow a slow 9600-baud cable many minutes.
 constexpr size_t kMaxExchangeBytes = 1u << 20;
 
 // The silence time-out does not bound a phone that keeps talking slowly ("RING" every few
