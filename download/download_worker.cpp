@@ -6,6 +6,7 @@
 #include "download/cmgl_listing.h"
 #include "link/mobile_core.h"
 #include "link/profile_link.h"
+#include "text/user_text.h"
 
 namespace tarnik {
 
@@ -15,28 +16,21 @@ namespace {
 // it starts listing a full storage.
 constexpr uint32_t kPhoneWaitMs = 3000;
 
-struct StatusText {
-    uint32_t id;
-    std::u16string_view defaultText;
-};
-
-constexpr StatusText kInitialising{1028, u"Inicjalizacja..."};
-constexpr StatusText kConnecting{1029, u"Łączenie..."};
-constexpr StatusText kListingPhoneMemory{1030, u"Pobieram listę z telefonu..."};
-constexpr StatusText kProcessing{1031, u"Przetwarzam..."};
-constexpr StatusText kListingSimCard{1032, u"Pobieram listę z karty SIM..."};
-constexpr StatusText kListingDevice{1033, u"Pobieram listę z urządzenia..."};
-constexpr StatusText kJoining{1034, u"Łączenie długich wiadomości..."};
-constexpr StatusText kLoading{1035, u"Ładuję..."};
-constexpr StatusText kFinished{1036, u"Zakończono."};
+constexpr UserText kInitialising{1028, u"Inicjalizacja..."};
+constexpr UserText kConnecting{1029, u"Łączenie..."};
+constexpr UserText kListingPhoneMemory{1030, u"Pobieram listę z telefonu..."};
+constexpr UserText kProcessing{1031, u"Przetwarzam..."};
+constexpr UserText kListingSimCard{1032, u"Pobieram listę z karty SIM..."};
+constexpr UserText kListingDevice{1033, u"Pobieram listę z urządzenia..."};
+constexpr UserText kJoining{1034, u"Łączenie długich wiadomości..."};
+constexpr UserText kLoading{1035, u"Ładuję..."};
+constexpr UserText kFinished{1036, u"Zakończono."};
 
 class Run {
 public:
     Run(DownloadUi& ui, DownloadEnvironment& env) : ui_(ui), env_(env) {}
 
-    void Show(const StatusText& status) {
-        ui_.ShowStatus(env_.translator.Text(status.id, status.defaultText));
-    }
+    void Show(const UserText& status) { ui_.ShowStatus(env_.translator.Text(status)); }
 
     // From the link's kind to the filled list; true once the phone answered "AT".
     bool FetchAndFill(const GsmProfile& profile, std::vector<SmsPdu>& records,
@@ -74,7 +68,7 @@ private:
 
     // Selects the storage for reading (AT+CPMS) and lists all its messages; false when
     // the storage was refused. A refused listing only leaves the storage out.
-    bool ListStorage(CMobileCore& link, std::string_view storage, const StatusText& listing,
+    bool ListStorage(CMobileCore& link, std::string_view storage, const UserText& listing,
                      std::vector<SmsPdu>& records) {
         if (!Exchange(link, "AT+CPMS=\"" + std::string(storage) + "\""))
             return false;

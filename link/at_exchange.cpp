@@ -1,5 +1,6 @@
 // The AT exchange (TS 27.007 4, TS 27.005 3): one line out, then whatever the phone sends
-// gathered until a token decides. Time-outs count silence only, from the last byte.
+// gathered until a token decides. Time-outs count silence, from the last byte; a phone that
+// never falls silent long enough is stopped by the limits in mobile_core.h.
 #include <cstring>
 
 #include "link/mobile_core.h"
@@ -30,13 +31,15 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
     std::string line;
     line.reserve(command.size() + terminator.size());
     line.append(command).append(terminator);
-    if (!IsOpen())
+    // A babbling line gets nothing more written: it fails like a closed port.
+    if (!IsOpen() || babbling_)
         return 0;
     Send(line.data(), static_cast<uint32_t>(line.size()));
 
     // The phone echoes the command first; tokens are looked for after that many characters.
     const size_t start = command.size();
-    uint32_t last = clock_.TickCount();
+    const uint32_t begun = clock_.TickCount();
+    uint32_t last = begun;
     bool seen = false;
     std::string gathered;
     size_t searched = 0;
@@ -46,8 +49,13 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
     size_t received = 0;
 
     for (;;) {
-        if (static_cast<uint32_t>(clock_.TickCount() - last) > timeout && !seen)
+        const uint32_t now = clock_.TickCount();
+        if (static_cast<uint32_t>(now - last) > timeout && !seen)
             return 0;
+        if (static_cast<uint32_t>(now - begun) > ExchangeBoundMs(timeout, received) && !seen) {
+            babbling_ = true;
+            return 0;
+        }
 
         char buffer[kReadBufferSize] = {};
         const int count = Receive(buffer, kReadBufferSize);
@@ -58,8 +66,10 @@ int CMobileCore::SendCommand(std::string_view command, std::string_view expected
         gathered.append(buffer, std::strlen(buffer));  // bytes after a NUL are lost
         last = clock_.TickCount();
         received += count > 0 ? static_cast<size_t>(count) : 0;
-        if (received > kMaxExchangeBytes)
+        if (received > kMaxExchangeBytes) {
+            babbling_ = true;
             return 0;
+        }
 
         if (FindNew(gathered, expected, start, searched) != std::string::npos) {
             if (reply == nullptr)

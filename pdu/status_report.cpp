@@ -2,7 +2,11 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "pdu/cp1250.h"
 #include "pdu/hex_cursor.h"
 #include "pdu/pdu_fields.h"
 #include "pdu/sms_time.h"
@@ -13,101 +17,71 @@ namespace {
 
 struct StatusRow {
     uint8_t status;
-    const char* text;  // Windows-1250
+    std::u16string_view text;
 };
 
 // TS 23.040 9.2.3.15: 0x0x completed, 0x2x still trying, 0x4x and 0x6x permanent failure.
 constexpr StatusRow kStatusTexts[] = {
-    {0x00, "Ok, wiadomo\x9C\xE6 dostarczona"},  // Ok, wiadomość dostarczona
-    // Ok, wiadomość przekazana do Centrum SMS, jednaże nie można potwierdzić dostarczenia.
-    {0x01,
-     "Ok, wiadomo\x9C\xE6 przekazana do Centrum SMS, jedna\xBF"
-     "e nie mo\xBFna potwierdzi\xE6 dostarczenia."},
-    {0x02, "Ok, wiadomo\x9C\xE6 zast\xB9piona przez Centrum SMS"},  // zastąpiona
-    {0x20,
-     "Nadal proobuje, przeci\xB9\xBF"
-     "enie;"},                                     // przeciążenie;
-    {0x21, "Nadal proobuje, terminal zaj\xEAty"},  // zajęty
-    {0x22, "Nadal proobuje, brak odpowiedzi"},
-    {0x23,
-     "Nadal proobuje, pro\x9C"
-     "ba odrzucona"},                                    // prośba
-    {0x24, "Nadal proobuje, QoS nie jest dost\xEApne"},  // dostępne
-    {0x25,
-     "Nadal proobuje, b\xB3\xB9"
-     "d ze strony terminala"},  // błąd
-    {0x40,
-     "B\xB3\xB9"
-     "d, zdalna procedura nie powiod\xB3"
-     "a si\xEA"},  // Błąd, powiodła się
-    {0x41,
-     "B\xB3\xB9"
-     "d, niekompatybilny numer docelowy"},
-    {0x42,
-     "B\xB3\xB9"
-     "d, terminal odrzuci\xB3 po\xB3\xB9"
-     "czenie"},  // odrzucił połączenie
-    {0x43,
-     "B\xB3\xB9"
-     "d, brak danych"},
-    {0x44,
-     "B\xB3\xB9"
-     "d, QoS nie jest dost\xEApny"},  // dostępny
-    {0x45,
-     "B\xB3\xB9"
-     "d, sie\xE6 niedost\xEApna"},  // sieć niedostępna
-    {0x46,
-     "B\xB3\xB9"
-     "d, up\xB3yn\xB9\xB3 limit wa\xBFno\x9C"
-     "ci SMS'a"},  // upłynął ważności
-    {0x47,
-     "B\xB3\xB9"
-     "d, terminal usun\xB9\xB3 wiadomo\x9C\xE6"},  // usunął wiadomość
-    {0x48,
-     "B\xB3\xB9"
-     "d, Centrum SMSM usun\xEA\xB3owiadomo\x9C\xE6"},  // usunęłowiadomość
-    {0x49,
-     "B\xB3\xB9"
-     "d, wiadomo\x9C\xE6 nie istnieje"},
-    {0x60,
-     "B\xB3\xB9"
-     "d, przeci\xB9\xBF"
-     "enie"},
-    {0x61,
-     "B\xB3\xB9"
-     "d, terminal zaj\xEAty"},
-    {0x62,
-     "B\xB3\xB9"
-     "d, terminal nie odpowiedzia\xB3"},  // odpowiedział
-    {0x63,
-     "B\xB3\xB9"
-     "d, us\xB3uga odrzucona"},  // usługa
-    {0x64,
-     "B\xB3\xB9"
-     "d, QoS nie jest dost\xEApny"},
-    {0x65,
-     "B\xB3\xB9"
-     "d, b\xB3\xB9"
-     "d terminala"},
+    {0x00, u"Ok, wiadomość dostarczona"},
+    {0x01, u"Ok, wiadomość przekazana do Centrum SMS, jednaże nie można potwierdzić dostarczenia."},
+    {0x02, u"Ok, wiadomość zastąpiona przez Centrum SMS"},
+    {0x20, u"Nadal proobuje, przeciążenie;"},
+    {0x21, u"Nadal proobuje, terminal zajęty"},
+    {0x22, u"Nadal proobuje, brak odpowiedzi"},
+    {0x23, u"Nadal proobuje, prośba odrzucona"},
+    {0x24, u"Nadal proobuje, QoS nie jest dostępne"},
+    {0x25, u"Nadal proobuje, błąd ze strony terminala"},
+    {0x40, u"Błąd, zdalna procedura nie powiodła się"},
+    {0x41, u"Błąd, niekompatybilny numer docelowy"},
+    {0x42, u"Błąd, terminal odrzucił połączenie"},
+    {0x43, u"Błąd, brak danych"},
+    {0x44, u"Błąd, QoS nie jest dostępny"},
+    {0x45, u"Błąd, sieć niedostępna"},
+    {0x46, u"Błąd, upłynął limit ważności SMS'a"},
+    {0x47, u"Błąd, terminal usunął wiadomość"},
+    {0x48, u"Błąd, Centrum SMSM usunęłowiadomość"},
+    {0x49, u"Błąd, wiadomość nie istnieje"},
+    {0x60, u"Błąd, przeciążenie"},
+    {0x61, u"Błąd, terminal zajęty"},
+    {0x62, u"Błąd, terminal nie odpowiedział"},
+    {0x63, u"Błąd, usługa odrzucona"},
+    {0x64, u"Błąd, QoS nie jest dostępny"},
+    {0x65, u"Błąd, błąd terminala"},
 };
 
-constexpr char kUnknownStatus[] = "nieznany";
-constexpr char kReportTitle[] =
-    "Raport dor\xEA"
-    "czenia ";  // Raport doręczenia
-constexpr char kSentLabel[] =
-    "Czas wys\xB3"
-    "ania: ";  // Czas wysłania:
-constexpr char kDoneLabel[] = "Czas dostarczenia: ";
+constexpr std::u16string_view kUnknownStatus = u"nieznany";
+constexpr std::u16string_view kReportTitle = u"Raport doręczenia ";
+constexpr std::u16string_view kStatusLabel = u"Stan: ";
+constexpr std::u16string_view kSentLabel = u"Czas wysłania: ";
+constexpr std::u16string_view kDoneLabel = u"Czas dostarczenia: ";
+
+// The report's texts in Windows-1250, whatever the system's code page: converted once.
+struct ReportTexts {
+    ReportTexts() {
+        for (const StatusRow& row : kStatusTexts)
+            statuses.emplace_back(row.status, Cp1250FromUtf16(row.text));
+    }
+    std::vector<std::pair<uint8_t, std::string>> statuses;
+    std::string unknown = Cp1250FromUtf16(kUnknownStatus);
+    std::string title = Cp1250FromUtf16(kReportTitle);
+    std::string statusLabel = Cp1250FromUtf16(kStatusLabel);
+    std::string sentLabel = Cp1250FromUtf16(kSentLabel);
+    std::string doneLabel = Cp1250FromUtf16(kDoneLabel);
+};
+
+const ReportTexts& Texts() {
+    static const ReportTexts texts;
+    return texts;
+}
 
 }  // namespace
 
 const char* StatusText(uint32_t status) {
-    for (const StatusRow& row : kStatusTexts) {
-        if (row.status == status)
-            return row.text;
+    for (const auto& [value, text] : Texts().statuses) {
+        if (value == status)
+            return text.c_str();
     }
-    return kUnknownStatus;
+    return Texts().unknown.c_str();
 }
 
 SmsPdu DecodeStatusReport(HexCursor& cursor, SmsPdu record) {
@@ -134,10 +108,11 @@ SmsPdu DecodeStatusReport(HexCursor& cursor, SmsPdu record) {
     std::snprintf(reference, sizeof reference, "(%i)", static_cast<int>(mr));
     std::string& text = record.text;
     text.clear();
-    text.append(kReportTitle).append(reference).append("\r\n");
-    text.append("Stan: ").append(StatusText(record.status)).append("\r\n").append("\r\n");
-    text.append(kSentLabel).append(record.sentTime).append("\r\n");
-    text.append(kDoneLabel).append(record.doneTime).append("\r\n");
+    const ReportTexts& texts = Texts();
+    text.append(texts.title).append(reference).append("\r\n");
+    text.append(texts.statusLabel).append(StatusText(record.status)).append("\r\n").append("\r\n");
+    text.append(texts.sentLabel).append(record.sentTime).append("\r\n");
+    text.append(texts.doneLabel).append(record.doneTime).append("\r\n");
     return record;
 }
 

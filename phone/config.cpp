@@ -53,6 +53,7 @@ constexpr char kHelpHead[] =
     "                            that is no SMS-SUBMIT or whose TPDU length differs\n"
     "                            from AT+CMGS=<n> always gets +CMS ERROR: 304\n"
     "  first_mr = N              the first \"+CMGS:\" reference, counting up (default 1)\n"
+    "  answer_ms = N             silence from Ctrl-Z to the answer (default 0)\n"
     "\n"
     "[report]   for submissions with TP-SRR, routed by the AT+CNMI in force when due:\n"
     "           <ds> 1 gives +CDS, <ds> 2 stores in SR and gives +CDSI, <ds> 0 or\n"
@@ -71,6 +72,7 @@ constexpr char kHelpHead[] =
 constexpr char kHelpTail[] =
     "  garbage_bytes = HEX       the noise (default FF7E3F0D)\n"
     "  slow_byte_ms = N          the pace of slow (default 150)\n"
+    "  late_ms = N               the silence of late (default 1000)\n"
     "\n"
     "Example: a phone without the MT storage that answers reports only when stored,\n"
     "turns down the first submission as congested and reports a delivery failure:\n"
@@ -325,6 +327,7 @@ const Setting kSettings[] = {
     {"storage", "deliver", Message},
     {"submit", "outcome", Outcomes},
     {"submit", "first_mr", Number<&PhoneConfig::firstMessageRef, 0, 255>},
+    {"submit", "answer_ms", Number<&PhoneConfig::submitAnswerDelay, 0, 600000>},
     {"report", "delay_ms", Number<&PhoneConfig::reportDelay, 0, 3600000>},
     {"report", "status", Statuses},
     {"report", "cds_smsc", Flag<&PhoneConfig::cdsWithSmsc>},
@@ -332,6 +335,7 @@ const Setting kSettings[] = {
     {"report", "indication", Indication},
     {"fault", "garbage_bytes", Noise},
     {"fault", "slow_byte_ms", Number<&PhoneConfig::slowByteDelay, 1, 60000>},
+    {"fault", "late_ms", Number<&PhoneConfig::lateDelay, 0, 600000>},
 };
 
 const Setting* FindSetting(const std::string& section, const std::string& key) {

@@ -38,6 +38,7 @@ enum class FaultEffect {
     kHalfThenHold,    // half of the answer, then nothing until the client closes the port
     kEndless,         // `pattern` (the noise when empty) without end, holding the client
     kSlow,            // one byte at a time, slowByteDelay apart
+    kLate,            // the echo at once, the answer after lateDelay of silence
 };
 
 // One kind of fault: its key in [fault], what it does and where, the FAULT log line's
@@ -75,6 +76,8 @@ inline constexpr FaultKind kFaultKinds[] = {
      "endless RING instead of the answer to ", "the same with \"RING\" lines"},
     {"slow", FaultStage::kPace, FaultEffect::kSlow, "", "slow answer to ",
      "echo and answer one byte at a time, slow_byte_ms apart"},
+    {"late", FaultStage::kPace, FaultEffect::kLate, "", "late answer to ",
+     "the echo at once, the answer after late_ms of silence"},
 };
 
 // A fault tied to one command line, compared without regard to case.
@@ -110,7 +113,8 @@ struct PhoneConfig {
     // AT+CNMI parameter lists accepted, blanks removed; empty accepts every setting.
     std::set<std::string> cnmiAccepted;
 
-    std::vector<Refusal> submitOutcomes;  // one per submission attempt, then ok
+    std::vector<Refusal> submitOutcomes;             // one per submission attempt, then ok
+    std::chrono::milliseconds submitAnswerDelay{0};  // silence before a submission's answer
     int firstMessageRef = 1;
 
     std::chrono::milliseconds reportDelay{2000};
@@ -126,6 +130,7 @@ struct PhoneConfig {
     std::vector<FaultRule> faults;
     std::string garbageBytes = "\xFF\x7E\x3F\x0D";
     std::chrono::milliseconds slowByteDelay{150};  // the pace of a slow fault
+    std::chrono::milliseconds lateDelay{1000};     // the silence of a late fault
 };
 
 // Parses a configuration over the defaults in `config`. On failure `error` names the

@@ -157,6 +157,7 @@ std::vector<Emission> Modem::TakeOutput() {
 }
 
 void Modem::Receive(std::string_view bytes, Clock::time_point now) {
+    now_ = now;
     for (const char c : bytes) {
         if (prompt_) {
             PromptByte(c, now);
@@ -202,6 +203,7 @@ void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
                    const std::string& key) {
     if (echo_)
         output_.push_back({Emission::kBytes, raw + "\r"});
+    answerStart_ = output_.size();
     if (at == std::string::npos || Strike(FaultStage::kCommand, key))
         return;
 
@@ -675,12 +677,23 @@ void Modem::PromptByte(char c, Clock::time_point now) {
     received.swap(pdu_);
     if (echo_)
         output_.push_back({Emission::kBytes, received});
+    const size_t answer = output_.size();
     std::string pdu;
     for (const char b : received) {
         if (b != '\r' && b != '\n' && b != ' ')
             pdu.push_back(static_cast<char>(std::toupper(static_cast<unsigned char>(b))));
     }
     Submit(pdu, now);
+    if (config_.submitAnswerDelay.count() > 0)
+        Hold(answer, now + config_.submitAnswerDelay);
+}
+
+void Modem::Hold(size_t first, Clock::time_point until) {
+    if (first >= output_.size())
+        return;
+    held_.insert(held_.end(), output_.begin() + static_cast<std::ptrdiff_t>(first), output_.end());
+    output_.resize(first);
+    heldUntil_ = until;
 }
 
 void Modem::Submit(const std::string& pdu, Clock::time_point now) {
@@ -746,12 +759,18 @@ void Modem::Submit(const std::string& pdu, Clock::time_point now) {
 }
 
 std::optional<Modem::Clock::time_point> Modem::NextDeadline() const {
+    if (!held_.empty() && (pending_.empty() || heldUntil_ < pending_.front().due))
+        return heldUntil_;
     if (pending_.empty())
         return std::nullopt;
     return pending_.front().due;
 }
 
 void Modem::Tick(Clock::time_point now) {
+    if (!held_.empty() && now >= heldUntil_) {
+        output_.insert(output_.end(), held_.begin(), held_.end());
+        held_.clear();
+    }
     // TS 27.005 3.4.1 <mode> 1 and 2: indications wait while a command is in progress.
     while (!pending_.empty() && pending_.front().due <= now && !prompt_ && line_.empty()) {
         PendingReport report = pending_.front();
@@ -854,6 +873,9 @@ bool Modem::Strike(FaultStage stage, const std::string& line, const std::string&
             case FaultEffect::kSlow:
                 for (size_t i = first; i < output_.size(); ++i)
                     output_[i].byteDelay = config_.slowByteDelay;
+                break;
+            case FaultEffect::kLate:
+                Hold(answerStart_, now_ + config_.lateDelay);
                 break;
         }
     }

@@ -71,6 +71,8 @@ private:
     };
 
     void CommandLine(const std::string& line);
+    // Keeps what was queued from `first` on until `until`: a phone slow to answer.
+    void Hold(size_t first, Clock::time_point until);
     void Answer(const std::string& raw, const std::string& line, size_t at, const std::string& key);
     void PromptByte(char c, Clock::time_point now);
     void Submit(const std::string& pdu, Clock::time_point now);
@@ -105,6 +107,10 @@ private:
     EventLog& log_;
     std::function<std::time_t()> wallClock_;
     std::vector<Emission> output_;
+    std::vector<Emission> held_;
+    Clock::time_point heldUntil_;
+    Clock::time_point now_;   // when the bytes in hand came
+    size_t answerStart_ = 0;  // where the answer to the line in hand starts in output_
 
     std::string line_;
     bool lineOverflow_ = false;

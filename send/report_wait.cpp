@@ -6,6 +6,7 @@
 #include "pdu/code_page.h"
 #include "pdu/pdu_decoder.h"
 #include "text/text_format.h"
+#include "text/user_text.h"
 
 namespace tarnik {
 
@@ -17,6 +18,19 @@ constexpr uint32_t kBetweenLinesMs = 500;
 constexpr uint32_t kAfterReportMs = 4000;
 // A direct report shorter than this came without its SMSC field.
 constexpr size_t kShortestPduWithSmsc = 62;
+
+constexpr UserText kWaiting{1013, u"Oczekuję na raport... "};
+constexpr UserText kDelivered{1015, u"dostarczona"};
+constexpr UserText kSmscFailed{1016, u"błąd SMSC"};
+constexpr UserText kDoneTime{1017, u" Czas: %s"};
+constexpr UserText kStatusCode{1018, u" Kod: %d"};
+constexpr UserText kUndecodable{1019, u"błąd dekodera"};
+constexpr UserText kNotOurs{1020, u"błąd (zły raport)"};
+constexpr UserText kNoPdu{1021, u"błąd parsera"};
+constexpr UserText kNoReport{1022, u"błąd, timeout"};
+constexpr UserText kModemRefused{10014, u"błąd modemu"};
+// The time line after a delivery is not translated; the one after an SMSC error is (1017).
+constexpr std::u16string_view kDeliveredTime = u" Czas: %s";
 
 enum class Indication { kNone, kDirect, kStored };
 
@@ -88,7 +102,7 @@ void ShowReport(const std::string& reply, Indication mode, const std::string& nu
     const size_t a = header == std::string::npos ? std::string::npos : reply.find('\r', header + 5);
     const size_t b = a == std::string::npos ? std::string::npos : reply.find('\r', a + 1);
     if (a == std::string::npos || b == std::string::npos || a == 0) {
-        env.Append(1021, u"błąd parsera");
+        env.Append(kNoPdu);
         return;
     }
     std::string pdu = WithoutLineBreaksAndBlanks(reply.substr(a, b - a));
@@ -98,36 +112,35 @@ void ShowReport(const std::string& reply, Indication mode, const std::string& nu
 
     // Only the recipient is compared: a report about someone else is not ours to show.
     if (number.find(report.address.number) == std::string::npos) {
-        env.Append(1020, u"błąd (zły raport)");
+        env.Append(kNotOurs);
         return;
     }
     if (!report.decoded) {
-        env.Append(1019, u"błąd dekodera");
+        env.Append(kUndecodable);
         return;
     }
     const std::u16string doneTime = WidenNarrow(report.doneTime);
     if (report.status <= 3) {  // TS 23.040 9.2.3.15: transaction completed
-        env.Append(1015, u"dostarczona");
+        env.Append(kDelivered);
         env.clock.Sleep(kBetweenLinesMs);
-        env.progress.Append(FormatText(u" Czas: %s", {doneTime}), false);
+        env.progress.Append(FormatText(kDeliveredTime, {doneTime}), false);
         return;
     }
-    env.Append(1016, u"błąd SMSC");
+    env.Append(kSmscFailed);
     env.clock.Sleep(kBetweenLinesMs);
-    env.progress.Append(FormatText(env.translator.Text(1017, u" Czas: %s"), {doneTime}), false);
+    env.progress.Append(FormatText(env.translator.Text(kDoneTime), {doneTime}), false);
     env.clock.Sleep(kBetweenLinesMs);
     env.progress.Append(
-        FormatText(env.translator.Text(1018, u" Kod: %d"), {static_cast<int64_t>(report.status)}),
-        false);
+        FormatText(env.translator.Text(kStatusCode), {static_cast<int64_t>(report.status)}), false);
 }
 
 }  // namespace
 
 void WaitForDeliveryReport(CMobileCore& link, const std::string& number, SendEnvironment& env) {
-    env.Line(1013, u"Oczekuję na raport... ");
+    env.Line(kWaiting);
     const Indication mode = ChooseIndication(link);
     if (mode == Indication::kNone) {
-        env.Append(10014, u"błąd modemu");
+        env.Append(kModemRefused);
         return;
     }
 
@@ -141,7 +154,7 @@ void WaitForDeliveryReport(CMobileCore& link, const std::string& number, SendEnv
     if (fetched) {
         ShowReport(reply, mode, number, env);
     } else {
-        env.Append(1022, u"błąd, timeout");
+        env.Append(kNoReport);
     }
     env.clock.Sleep(kAfterReportMs);
 }

@@ -25,12 +25,8 @@ struct SendEnvironment : JobEnvironment {
     };
 
     // A translated line: new, or appended to the last one.
-    void Line(uint32_t id, std::u16string_view defaultText) {
-        progress.Append(translator.Text(id, defaultText), false);
-    }
-    void Append(uint32_t id, std::u16string_view defaultText) {
-        progress.Append(translator.Text(id, defaultText), true);
-    }
+    void Line(const UserText& text) { progress.Append(translator.Text(text), false); }
+    void Append(const UserText& text) { progress.Append(translator.Text(text), true); }
 };
 
 }  // namespace tarnik

@@ -6,8 +6,9 @@
 #include "link/mobile_core.h"
 #include "link/profile_link.h"
 #include "pdu/submit_encoder.h"
-#include "text/text_format.h"
 #include "send/report_wait.h"
+#include "text/text_format.h"
+#include "text/user_text.h"
 
 namespace tarnik {
 
@@ -18,6 +19,17 @@ constexpr uint32_t kSubmitWaitMs = 45000;  // the network answers the PDU, not t
 constexpr uint32_t kAfterSubmitMs = 500;
 constexpr uint32_t kRetryAfterMs = 5000;
 constexpr uint8_t kValidityFourDays = 0xAA;  // TS 23.040 9.2.3.12.1: (170 - 166) days
+
+constexpr UserText kParameters{1004, u"Parametry... "};
+constexpr UserText kOk{1005, u"OK"};
+constexpr UserText kConnecting{1006, u"Lączenie... "};  // a plain "L", as it always read
+constexpr UserText kFailed{1007, u"Błąd"};
+constexpr UserText kInitialising{1008, u"Inicjalizacja... "};
+constexpr UserText kRecipient{1009, u"Adresat: %s"};
+constexpr UserText kPartOfParts{1010, u"Wiadomość %d z %d (%d z %d ogółem)"};
+constexpr UserText kSending{1011, u"Wysyłam... "};
+constexpr UserText kRetrying{1012, u"Tymczasowy błąd, ponowienie za 5s..."};
+constexpr UserText kDisconnecting{1023, u"Rozłączenie... "};
 
 // TS 24.011 8.2.5.4 causes worth one more try: network out of order, temporary failure,
 // congestion.
@@ -55,10 +67,10 @@ Submission SubmitPart(CMobileCore& link, const std::string& pdu, SendEnvironment
     std::snprintf(command, sizeof command, "AT+CMGS=%d", CmgsLength(pdu));
     bool retried = false;
     for (;;) {
-        env.Line(1011, u"Wysyłam... ");
+        env.Line(kSending);
         if (!link.SendCommand("AT+CPMS=\"SM\"", "OK", "\r", "ERROR", nullptr, kShortWaitMs) ||
             !link.SendCommand(command, ">", "\r", "ERROR", nullptr, kShortWaitMs)) {
-            env.Append(1007, u"Błąd");
+            env.Append(kFailed);
             return Submission::kCommandRefused;
         }
         std::string reply;
@@ -67,10 +79,10 @@ Submission SubmitPart(CMobileCore& link, const std::string& pdu, SendEnvironment
         if (accepted)
             return Submission::kAccepted;
 
-        env.Append(1007, u"Błąd");
+        env.Append(kFailed);
         if (retried || !IsTemporaryRefusal(reply))
             return Submission::kPduRefused;
-        env.Line(1012, u"Tymczasowy błąd, ponowienie za 5s...");
+        env.Line(kRetrying);
         retried = true;
         env.clock.Sleep(kRetryAfterMs);
     }
@@ -91,8 +103,8 @@ std::vector<std::u16string> CutIntoParts(std::u16string_view text) {
 SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
                       const std::vector<std::u16string>& recipients, int32_t* recipientState,
                       SendEnvironment& env) {
-    env.Line(1004, u"Parametry... ");
-    env.Append(1005, u"OK");
+    env.Line(kParameters);
+    env.Append(kOk);
     const std::vector<std::u16string> parts = CutIntoParts(text);
 
     const std::optional<CoreKind> kind = CoreKindOf(profile);
@@ -100,18 +112,18 @@ SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
         return kSendUnusableRequest;
 
     CMobileCore link(*kind, env.clock, env.modules);
-    env.Line(1006, u"Lączenie... ");
+    env.Line(kConnecting);
     if (!OpenProfileLink(link, profile)) {
-        env.Append(1007, u"Błąd");
+        env.Append(kFailed);
         return kSendFailed;
     }
-    env.Append(1005, u"OK");
-    env.Line(1008, u"Inicjalizacja... ");
+    env.Append(kOk);
+    env.Line(kInitialising);
     if (!link.SendCommand("AT", "OK", "\r\n", "ERROR", nullptr, kShortWaitMs)) {
-        env.Append(1007, u"Błąd");
+        env.Append(kFailed);
         return kSendFailed;
     }
-    env.Append(1005, u"OK");
+    env.Append(kOk);
     link.SendCommand("ATE1", "OK", "\r\n", "ERROR", nullptr, kShortWaitMs);
 
     SendResult result = kSendFailed;
@@ -126,13 +138,12 @@ SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
         }
         const std::string number = RecipientDigits(env.narrow(recipients[i]));
         const uint8_t concatRef = Reference(env);
-        env.progress.Append(FormatText(env.translator.Text(1009, u"Adresat: %s"), {recipients[i]}),
-                            false);
+        env.progress.Append(FormatText(env.translator.Text(kRecipient), {recipients[i]}), false);
 
         for (size_t j = 1; j <= parts.size(); ++j) {
             ++overallIndex;
             env.progress.Append(
-                FormatText(env.translator.Text(1010, u"Wiadomość %d z %d (%d z %d ogółem)"),
+                FormatText(env.translator.Text(kPartOfParts),
                            {static_cast<int64_t>(j), static_cast<int64_t>(parts.size()),
                             overallIndex, overallTotal}),
                 false);
@@ -158,7 +169,7 @@ SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
                 result = kSendFailed;
                 break;  // the rest of this recipient's parts are not sent
             }
-            env.Append(1005, u"OK");
+            env.Append(kOk);
             result = kSendLastRecipientSent;
             if (!last)
                 continue;
@@ -168,9 +179,9 @@ SendResult RunSendJob(const GsmProfile& profile, std::u16string_view text,
         }
     }
 
-    env.Line(1023, u"Rozłączenie... ");
+    env.Line(kDisconnecting);
     link.Close();
-    env.Append(1005, u"OK");
+    env.Append(kOk);
     return result;
 }
 

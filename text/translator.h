@@ -7,12 +7,15 @@
 #include <string>
 #include <string_view>
 
+#include "text/user_text.h"
+
 namespace tarnik {
 
 class Translator {
 public:
     virtual ~Translator() = default;
     virtual std::u16string Text(uint32_t id, std::u16string_view defaultText) = 0;
+    std::u16string Text(const UserText& text) { return Text(text.id, text.polish); }
 };
 
 // Answers every text with its default.

@@ -8,7 +8,10 @@ than the 1 MiB the plug-in takes of a flood.
 
 usage: line_faults_test.py WINDOWS_BIN_DIR NATIVE_BUILD_DIR [CASE-NAME-PART]
 Prints one line per case with the time the user waited and the bytes the phone flooded.
+TARNIK_BYTE_DELAY_US paces the phone like a cable (87: about 115200 baud, 1042: about 9600);
+without it the pty runs at full speed.
 """
+import os
 import subprocess
 import sys
 import time
@@ -18,8 +21,10 @@ from wine_phone import HERE, com_profile, data_file, expect, lines_of, phone_on_
 
 bin_dir, native_dir = sys.argv[1], sys.argv[2]
 only = sys.argv[3] if len(sys.argv) > 3 else ""
-HANG = 120  # seconds after which a run counts as held by the line
 CAP = 1 << 20
+BYTE_DELAY_US = int(os.environ.get("TARNIK_BYTE_DELAY_US", "0"))
+# Seconds after which a run counts as held by the line; a paced flood takes its time.
+HANG = 120 + 2 * CAP * BYTE_DELAY_US // 1000000
 
 
 def settled_log(phone):
@@ -35,6 +40,8 @@ def run(case):
     kind = "send" if "send" in case else "download"
     with open(HERE + "/phone-line-faults.conf") as f:
         config = f.read() + case.get("phone", "") + "\n[fault]\n" + case[kind] + "\n"
+    if BYTE_DELAY_US:
+        config += "[phone]\nbyte_delay_us = %d\n" % BYTE_DELAY_US
     with phone_on_com(native_dir, config) as phone:
         steps = (["send", "Alfa", "Hej", "48601234567"] if kind == "send"
                  else ["archive-page", case["script"]])
