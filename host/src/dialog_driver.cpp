@@ -212,13 +212,9 @@ bool Layout(ScriptStep& step) {
     for (HWND window : windows) {
         step.output.Print("WINDOW id=" + std::to_string(GetDlgCtrlID(window)) +
                           " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
-<<<<<<< HEAD
-                          " visible=" + (IsWindowVisible(window) ? "1" : "0") + " text=" +
-                          Quote(TextOf(window)) + (IsListBox(window) ? ListBoxItems(window) : ""));
-=======
                           " visible=" + (IsWindowVisible(window) ? "1" : "0") +
-                          " text=" + Quote(dlg::WindowText(window)));
->>>>>>> house
+                          " text=" + Quote(dlg::WindowText(window)) +
+                          (IsListBox(window) ? ListBoxItems(window) : ""));
     }
     return true;
 }
