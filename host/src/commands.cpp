@@ -357,12 +357,14 @@ const std::vector<Command>& Commands() {
          "script=done|failed.",
          ArchivePageCommand},
         {"resources", "", 0, 0,
-         "What the process holds now: RESOURCES private=<GetProcessMemoryInfo's PrivateUsage> "
+         "What the process holds now: RESOURCES windows=<windows of this process, children "
+         "included> private=<GetProcessMemoryInfo's PrivateUsage> "
          "workingSet=<bytes> committed=<committed private bytes of the address space> "
-         "heap=<bytes in use in all heaps> handles=<GetProcessHandleCount> user=<USER "
-         "objects> gdi=<GDI objects> windows=<windows of this process, children included>. "
-         "A figure the system does not give reads failed; under Wine private, user and gdi "
-         "read 0.",
+         "heap=<bytes in use in all heaps> handles=<GetProcessHandleCount> "
+         "probedHandles=<valid handle values up to 0x10000> user=<USER "
+         "objects> gdi=<GDI objects>. "
+         "A figure the system does not give reads failed; under Wine private, handles, user "
+         "and gdi read 0.",
          ResourcesCommand},
     };
     return commands;

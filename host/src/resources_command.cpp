@@ -63,6 +63,21 @@ bool HeapBytes(uint64_t& busy) {
     return true;
 }
 
+// Open kernel handles counted one by one: Wine answers GetProcessHandleCount with 0. Handle
+// values are multiples of 4 and are given out lowest first, so a range far beyond what the
+// process holds finds them all.
+uint64_t ProbedHandles() {
+    constexpr uintptr_t kLastProbed = 0x10000;
+    uint64_t count = 0;
+    for (uintptr_t value = 4; value <= kLastProbed; value += 4) {
+        DWORD flags = 0;
+        if (GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags)) {
+            ++count;
+        }
+    }
+    return count;
+}
+
 struct WindowCount {
     DWORD process;
     uint64_t count = 0;
@@ -102,12 +117,13 @@ bool ResourcesCommand(Host& host, const CommandArgs&, std::string&) {
     WindowCount windows{GetCurrentProcessId()};
     EnumWindows(CountTopLevel, reinterpret_cast<LPARAM>(&windows));
 
-    host.output.Print(
-        "RESOURCES private=" + Count(memoryAnswered, memory.PrivateUsage) +
-        " workingSet=" + Count(memoryAnswered, memory.WorkingSetSize) +
-        " committed=" + std::to_string(CommittedPrivate()) + " heap=" + Count(heapAnswered, heap) +
-        " handles=" + Count(handlesAnswered, handles) + " user=" + std::to_string(user) +
-        " gdi=" + std::to_string(gdi) + " windows=" + std::to_string(windows.count));
+    host.output.Print("RESOURCES windows=" + std::to_string(windows.count) +
+                      " private=" + Count(memoryAnswered, memory.PrivateUsage) +
+                      " workingSet=" + Count(memoryAnswered, memory.WorkingSetSize) +
+                      " committed=" + std::to_string(CommittedPrivate()) + " heap=" +
+                      Count(heapAnswered, heap) + " handles=" + Count(handlesAnswered, handles) +
+                      " probedHandles=" + std::to_string(ProbedHandles()) +
+                      " user=" + std::to_string(user) + " gdi=" + std::to_string(gdi));
     return true;
 }
 
