@@ -123,8 +123,8 @@ def run(name, args):
         sys.exit("%s: tarnik-host ended with %d after %d operations:\n%s" %
                  (name, process.returncode, len(rows) - 1, errors[-2000:]))
     if failures:
-        print("%s: %d operations did not succeed, e.g. %s" % (name, len(failures),
-                                                               failures[0]))
+        print("%s: %d operations did not succeed, e.g. %s" %
+              (name, len(failures), failures[0]))
     return rows, time.monotonic() - started
 
 
