@@ -13,6 +13,7 @@
 #include "host.h"
 #include "host/text/base64.h"
 #include "host/text/utf8.h"
+#include "resources_command.h"
 #include "send_window.h"
 #include "text.h"
 
@@ -419,6 +420,16 @@ const std::vector<Command>& Commands() {
          "is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",
          ArchivePageCommand},
+        {"resources", "", 0, 0,
+         "What the process holds now: RESOURCES windows=<windows of this process, children "
+         "included> private=<GetProcessMemoryInfo's PrivateUsage> "
+         "workingSet=<bytes> committed=<committed private bytes of the address space> "
+         "heap=<bytes in use in all heaps> handles=<GetProcessHandleCount> "
+         "probedHandles=<valid handle values up to 0x10000> user=<USER "
+         "objects> gdi=<GDI objects>. "
+         "A figure the system does not give reads failed; under Wine private, handles, user "
+         "and gdi read 0.",
+         ResourcesCommand},
     };
     return commands;
 }

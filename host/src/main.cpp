@@ -14,6 +14,7 @@
 #include "host/files/files.h"
 #include "host/text/utf8.h"
 #include "services.h"
+#include "steps.h"
 
 using namespace tarnik::host;
 
@@ -47,8 +48,9 @@ void PrintHelp() {
     for (const Command& command : Commands()) {
         entry(command.name, command.arguments, command.help);
     }
+    text += kRepeatHelp;
     text +=
-        "An optional argument is taken unless the word is a command name.\n"
+        "An optional argument is taken unless the word is a command name or repeat.\n"
         "\n"
         "Script steps (the SCRIPT of configure and archive-page), separated by ';'. A step acts\n"
         "on the dialog of this process that takes input, waiting for one to appear, unless it\n"
@@ -124,11 +126,6 @@ int Usage(const std::string& message) {
     return kExitUsage;
 }
 
-struct Step {
-    const Command* command;
-    CommandArgs args;
-};
-
 }  // namespace
 
 // wmain: the arguments arrive as UTF-16, so profile names keep their Polish letters.
@@ -167,33 +164,22 @@ int wmain(int argc, wchar_t** argv) {
 
     // The whole command line is checked before anything runs.
     std::vector<Step> steps;
-    while (next < words.size()) {
-        const std::string name = Utf8(words[next++]);
-        const Command* command = FindCommand(name);
-        if (command == nullptr) {
-            return Usage("unknown command " + name);
-        }
-        Step step{command, {}};
-        while (step.args.size() < command->maxArgs && next < words.size() &&
-               (step.args.size() < command->minArgs || FindCommand(Utf8(words[next])) == nullptr)) {
-            step.args.push_back(words[next++]);
-        }
-        if (step.args.size() < command->minArgs) {
-            return Usage(name + " needs " + command->arguments);
-        }
-        steps.push_back(std::move(step));
+    std::string parseError;
+    if (!ParseSteps(std::vector<std::wstring>(words.begin() + static_cast<std::ptrdiff_t>(next),
+                                              words.end()),
+                    steps, parseError)) {
+        return Usage(parseError);
     }
     if (steps.empty()) {
         return Usage("no command");
     }
 
     Host host(options);
-    for (const Step& step : steps) {
-        std::string error;
-        if (!step.command->run(host, step.args, error)) {
-            std::fprintf(stderr, "tarnik-host: %s: %s\n", step.command->name, error.c_str());
-            return kExitFailed;
-        }
+    std::string failed;
+    std::string error;
+    if (!RunSteps(host, steps, failed, error)) {
+        std::fprintf(stderr, "tarnik-host: %s: %s\n", failed.c_str(), error.c_str());
+        return kExitFailed;
     }
     return 0;
 }

@@ -81,7 +81,15 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
         recipients.push_back(n.c_str());
     std::vector<int32_t> states(numbers.size(), 1);
 
+    // The SMS plug-in closes its window when the user has read it; here the previous one
+    // goes when the next send starts, so `hold` still shows the last and a run of many
+    // sends does not keep a window (and its screen surface) per send.
+    static HWND previous = nullptr;
+    if (previous != nullptr && IsWindow(previous))
+        DestroyWindow(previous);
+    previous = nullptr;
     HWND window = CreateSendWindow(L"Wysyłanie SMS: " + profile.name);
+    previous = window;
     if (window == nullptr) {
         error = "the send window could not be created (no display?)";
         return false;
