@@ -239,7 +239,6 @@ INT_PTR CDialog::Handle(UINT message, WPARAM w, LPARAM l) {
     if (message == WM_NCDESTROY) {
         SetWindowLongPtrW(hwnd_, DWLP_USER, 0);
         hwnd_ = nullptr;
-        OnNcDestroy();
     }
     return FALSE;
 }

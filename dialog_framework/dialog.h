@@ -67,8 +67,6 @@ protected:
     // Cancel, Esc and the close box: ends the dialog with IDCANCEL; a child page is left
     // as it is.
     virtual void OnCancel();
-    // The window is going away; the object may be deleted here by classes that own it.
-    virtual void OnNcDestroy() {}
 
     void EndDialog(INT_PTR result);
     UINT templateId() const { return templateId_; }

@@ -24,7 +24,6 @@ constexpr UserText kListingSimCard{1032, u"Pobieram listę z karty SIM..."};
 constexpr UserText kListingDevice{1033, u"Pobieram listę z urządzenia..."};
 constexpr UserText kJoining{1034, u"Łączenie długich wiadomości..."};
 constexpr UserText kLoading{1035, u"Ładuję..."};
-constexpr UserText kFinished{1036, u"Zakończono."};
 
 class Run {
 public:

@@ -15,8 +15,12 @@
 #include "download/long_messages.h"
 #include "link/job_environment.h"
 #include "plugin/gsm_profile.h"
+#include "text/user_text.h"
 
 namespace tarnik {
+
+// The last status of a download, also shown when the worker cannot start.
+constexpr UserText kFinished{1036, u"Zakończono."};
 
 // What the worker does to windows, and nothing more. Each call reaches a window of the
 // user-interface thread synchronously, while that thread runs the chooser's modal loop.

@@ -58,6 +58,12 @@ extern "C" __declspec(dllexport) const PluginInfo* queryPlugInfo() noexcept {
 
 namespace {
 
+constexpr UserText kSmsSwitchedOff{
+    1000,
+    u"Usiłujesz używać transportu sms (Tarnik), jednak wyłączyłeś obsługę SMSów w "
+    u"programie. Wiesz, że to bezsens?"};
+constexpr UserText kTransportName{1001, u"Transport GSM (BT/Ir/COM)"};
+
 void Load(HRXFUNCTIONS* functions) {
     libHrxInit(functions);
 
@@ -86,17 +92,14 @@ void Load(HRXFUNCTIONS* functions) {
         LogEntry warning{};
         warning.size = sizeof warning;
         warning.kind = -2;
-        warning.message = Tr(1000,
-                             L"Usi\u0142ujesz u\u017cywa\u0107 transportu sms (Tarnik), jednak "
-                             L"wy\u0142\u0105czy\u0142e\u015b obs\u0142ug\u0119 SMS\u00f3w w "
-                             L"programie. Wiesz, \u017ce to bezsens?");
+        warning.message = Tr(kSmsSwitchedOff);
         CallService(L"HRX/Log", &warning);
     }
 
     SmstTransportInfo transport{};
     transport.size = sizeof transport;
     transport.transportId = kTransportId;
-    transport.displayName = Tr(1001, L"Transport GSM (BT/Ir/COM)");
+    transport.displayName = Tr(kTransportName);
     transport.number10 = 10;
     transport.maxSingleText = 160;
     transport.number50 = 50;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds and runs every test: native unit and command-line tests, the same unit tests
-# cross-compiled for Windows and run under Wine, the fuzz targets briefly under ASan and
-# UBSan, and a short benchmark run. Installs what it needs on a fresh Debian machine.
+# Checks the format and lint rules, then builds and runs every test: native unit and
+# command-line tests, the same unit tests cross-compiled for Windows and run under Wine,
+# the fuzz targets briefly under ASan and UBSan, and a short benchmark run. Installs what
+# it needs on a fresh Debian machine.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 scripts/install-deps.sh || exit 1
@@ -61,6 +62,7 @@ main_job() {
     fi
 }
 
+stage "format and lint (clang-format, shellcheck, flake8)" scripts/lint.sh
 stage "portable core free of windows.h" portable_core_has_no_windows_h
 stage "includes run downward only" python3 scripts/check-includes.py
 stage "native build and tests" native

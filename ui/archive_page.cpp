@@ -12,6 +12,9 @@ CWndAccessHost* archivePage = nullptr;
 namespace {
 
 constexpr wchar_t kDownloadItem[] = L"SMS/Download";
+constexpr UserText kItemName{1024, u"Wiadomości SMS"};
+constexpr UserText kItemHeader{1025, u"Wiadomości SMS"};
+constexpr UserText kItemSubheader{1026, u"Opcja umożliwia dokonanie archiwizacji wiadomości SMS."};
 constexpr int kCloseButtonWidth = 80;
 constexpr int kCloseButtonHeight = 26;
 constexpr int kCloseButtonFromBottom = 39;
@@ -56,11 +59,11 @@ BOOL CWndAccessHost::OnInitDialog() {
     hrx::g_pTrans->translateHwnd(kModuleName, 1052, reinterpret_cast<HWND__*>(hwnd()));
     auto* download = new CWndSmsDownload();
     download->Create(hwnd());
-    hrx::CVLCTreeNode* item = GetNavigationList().InsertItem(
-        kDownloadItem, L"", Tr(1024, L"Wiadomości SMS"), 0, 0, download);
+    hrx::CVLCTreeNode* item =
+        GetNavigationList().InsertItem(kDownloadItem, L"", Tr(kItemName), 0, 0, download);
     if (item != nullptr) {
-        item->header = Tr(1025, L"Wiadomości SMS");
-        item->subheader = Tr(1026, L"Opcja umożliwia dokonanie archiwizacji wiadomości SMS.");
+        item->header = Tr(kItemHeader);
+        item->subheader = Tr(kItemSubheader);
     }
     pages_.push_back(download);
     GetNavigationList().SelectItem(kDownloadItem);

@@ -17,17 +17,27 @@ namespace tarnik {
 namespace {
 
 struct ColumnDef {
-    uint32_t textId;
-    const wchar_t* title;
+    UserText title;
     int width;
 };
 
 constexpr ColumnDef kColumns[] = {
-    {1039, L"Nazwa", 120},
-    {1040, L"Numer telefonu", 130},
-    {1041, L"Data", 140},
-    {1042, L"Treść", 190},
+    {{1039, u"Nazwa"}, 120},
+    {{1040, u"Numer telefonu"}, 130},
+    {{1041, u"Data"}, 140},
+    {{1042, u"Treść"}, 190},
 };
+
+constexpr UserText kDownloadCommand{1043, u"Pobierz z telefonu..."};
+constexpr UserText kSelectAllCommand{1044, u"Zaznacz wszystko"};
+constexpr UserText kSaveCommand{1045, u"Zapisz zaznaczone do archiwum"};
+constexpr UserText kSavedText{1046, u"Operacja ukończona"};
+constexpr UserText kSavedCaption{1047, u"Zapisano"};
+constexpr UserText kNoProfileText{
+    1048,
+    u"Aby uzyć tej funkcji musisz miec ustawiony przynajmniej jeden profil dla tego "
+    u"transportu GSM."};
+constexpr UserText kNoProfileCaption{1049, u"Brak profilu"};
 constexpr int kTextColumn = 3;
 
 constexpr COLORREF kWhite = 0xFFFFFF;
@@ -61,7 +71,7 @@ BOOL CWndSmsDownload::OnInitDialog() {
     hrx::g_pTrans->translateHwnd(kModuleName, 1056, reinterpret_cast<HWND__*>(hwnd()));
     int index = 0;
     for (const ColumnDef& column : kColumns) {
-        list_.InsertColumn(index++, Tr(column.textId, column.title), column.width);
+        list_.InsertColumn(index++, Tr(column.title), column.width);
     }
     list_.SetExtendedStyle(kListExtendedStyles);
     return FALSE;
@@ -115,11 +125,11 @@ LRESULT CWndSmsDownload::OnListRClick(NMHDR*) {
         return 0;
     POINT cursor{};
     GetCursorPos(&cursor);
-    AppendMenuW(menu, MF_STRING, kCommandDownload, Tr(1043, L"Pobierz z telefonu..."));
+    AppendMenuW(menu, MF_STRING, kCommandDownload, Tr(kDownloadCommand));
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(menu, MF_STRING, kCommandSelectAll, Tr(1044, L"Zaznacz wszystko"));
+    AppendMenuW(menu, MF_STRING, kCommandSelectAll, Tr(kSelectAllCommand));
     AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
-    AppendMenuW(menu, MF_STRING, kCommandSave, Tr(1045, L"Zapisz zaznaczone do archiwum"));
+    AppendMenuW(menu, MF_STRING, kCommandSave, Tr(kSaveCommand));
     TrackPopupMenu(menu, TPM_LEFTALIGN | TPM_LEFTBUTTON, cursor.x, cursor.y, 0, hwnd(), nullptr);
     DestroyMenu(menu);
     return 0;
@@ -143,11 +153,7 @@ void CWndSmsDownload::StartDownload() {
         }
     }
     if (chooser->ProfileCount() == 0) {
-        MessageBoxW(hwnd(),
-                    Tr(1048,
-                       L"Aby uzyć tej funkcji musisz miec ustawiony przynajmniej jeden "
-                       L"profil dla tego transportu GSM."),
-                    Tr(1049, L"Brak profilu"), MB_OK | MB_ICONERROR);
+        MessageBoxW(hwnd(), Tr(kNoProfileText), Tr(kNoProfileCaption), MB_OK | MB_ICONERROR);
         return;
     }
     chooser->noNavigation = 1;
@@ -197,8 +203,7 @@ void CWndSmsDownload::SaveSelectedToArchive() {
         record.time = entry.time;
         CallService(L"Ar/WriteSMS", &record, 0);
     }
-    MessageBoxW(hwnd(), Tr(1046, L"Operacja ukończona"), Tr(1047, L"Zapisano"),
-                MB_OK | MB_ICONINFORMATION);
+    MessageBoxW(hwnd(), Tr(kSavedText), Tr(kSavedCaption), MB_OK | MB_ICONINFORMATION);
 }
 
 }  // namespace tarnik

@@ -11,7 +11,7 @@ bool CTarnikApp::InitInstance(HINSTANCE instance) {
     instance_ = instance;
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) {
-        MessageBoxW(nullptr, L"Nie uda\u0142o si\u0119 uruchomi\u0107 Windows Sockets.", L"Tarnik",
+        MessageBoxW(nullptr, L"Nie udało się uruchomić Windows Sockets.", L"Tarnik",
                     MB_OK | MB_ICONSTOP);
         return false;
     }

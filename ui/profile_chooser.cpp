@@ -2,12 +2,20 @@
 
 #include <memory>
 
+#include "download/download_worker.h"
 #include "plugin/host_services.h"
 #include "res/resource_ids.h"
 #include "ui/download_thread.h"
 #include "ui/profile_entry.h"
 
 namespace tarnik {
+
+namespace {
+
+constexpr UserText kHeader{1037, u"Konfiguracja połaczenia"};
+constexpr UserText kSubheader{1038, u"Wybierz profil połączenia, którego chesz użyć."};
+
+}  // namespace
 
 namespace {
 
@@ -52,8 +60,7 @@ BOOL CWndModemConfig::OnInitDialog() {
         if (item >= 0)
             profileList_.SetItemData(item, i);
     }
-    SetHeaders(Tr(1037, L"Konfiguracja połaczenia"),
-               Tr(1038, L"Wybierz profil połączenia, którego chesz użyć."));
+    SetHeaders(Tr(kHeader), Tr(kSubheader));
     profileList_.SetCurSel(0);
     return FALSE;
 }
@@ -98,7 +105,7 @@ void CWndModemConfig::OnDownload() {
     if (thread == nullptr) {
         for (HWND window : job->reenableWindows)
             EnableWindow(window, TRUE);
-        status_.SetText(Tr(1036, L"Zakończono."));
+        status_.SetText(Tr(kFinished));
         return;
     }
     job.release();  // the worker's from here on

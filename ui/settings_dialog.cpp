@@ -14,6 +14,8 @@ namespace tarnik {
 
 namespace {
 
+constexpr UserText kUnknownPort{1027, u"Nieznany (COM %d)"};
+
 constexpr uint32_t kMaxBluetoothDevices = 10;
 constexpr uint32_t kPortRangeEnd = 16;
 constexpr uint32_t kMaxProfilePort = 255;
@@ -110,7 +112,7 @@ void CWndGsmConfig::SelectStoredPort() {
         return;
     HostTranslator texts;
     const std::u16string text =
-        FormatText(texts.Text(1027, u"Nieznany (COM %d)"), {static_cast<int64_t>(profile.comPort)});
+        FormatText(texts.Text(kUnknownPort), {static_cast<int64_t>(profile.comPort)});
     const int index = portList_.AddString(AsWide(text));
     if (index < 0)
         return;

@@ -33,7 +33,8 @@ def mismatch(got, want, path):
 tool, cases_file = sys.argv[1], sys.argv[2]
 cases, out, zone, start = [], [], "UTC", 0
 with open(cases_file, encoding="utf-8") as f:
-    for line in [l.rstrip("\n") for l in f if l.strip() and not l.startswith("#")] + ["TZ="]:
+    kept = [line.rstrip("\n") for line in f if line.strip() and not line.startswith("#")]
+    for line in kept + ["TZ="]:
         if not line.startswith("TZ="):
             cases.append(line.split("\t", 1))
         elif start < len(cases):  # the cases above, in the zone they were given

@@ -56,7 +56,8 @@ check "listing joined" "rc == 0 and len(lines) == 4 and lines[0]['parts'] == 2 a
 
 for bad in "" "frobnicate" "encode --text x" "encode --number 12a --text x" "encode --number 1 --text x --mr 256" \
            "encode --number 1 --text x --concat 1,2" "encode --number 1 --text-hex 7" "listing /nonexistent/file"; do
-    out=$("$tool" $bad 2>/dev/null); rc=$?
+    read -ra args <<< "$bad"
+    out=$("$tool" "${args[@]}" 2>/dev/null); rc=$?
     check "error exit for: $bad" "rc != 0 and out.strip() == ''"
 done
 

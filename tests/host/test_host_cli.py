@@ -26,7 +26,8 @@ def normalized(out, paths):
 
 def run_case(lines, wine, host, paths, work):
     """Returns the failures of one run."""
-    expand = lambda text: re.sub(r"\{([A-Z]+)\}", lambda m: paths.get(m[1], m[0]), text)
+    def expand(text):
+        return re.sub(r"\{([A-Z]+)\}", lambda m: paths.get(m[1], m[0]), text)
     env, files = dict(os.environ), {}
     want = {"args": [""], "exit": ["0"], ">": [], "err": [], "has": []}
     for key, value in lines:

@@ -44,7 +44,8 @@ ALONE = ["row-rclick below", "menu-dump", "menu-choose 1000", "expect Brak profi
 # when the host unloads the plug-in.
 WHOLE = ["row-rclick below", "menu-choose 1000", "expect Ustawienia", "dump", "layout",
          "select 2008 1", "click 1", "wait-text 2009 Zakończono.", "wait 500", "dump",
-         "select 2008 0", "click 1", "wait-text 2009 " + LISTING, "dump", PAGE, "rows", "paint 2007", "row-rclick 0",
+         "select 2008 0", "click 1", "wait-text 2009 " + LISTING, "dump", PAGE, "rows",
+         "paint 2007", "row-rclick 0",
          "menu-choose 1000", "expect Ustawienia", "click 1", PAGE, "rows", "paint 2007",
          "layout", "grow 0 100", "layout", "grow 300 200",
          "row-click 0", "wait-text 2011 " + FIRST_TEXT, "row-click below", "wait 500",
@@ -72,7 +73,8 @@ def check(out, started, ended):
     expect("UNLOAD -> 0 bound=no windows=0" in out and "FREE module=" in out,
            "the page's window goes with the module")
     expect(len(lines_of(out, "MENU-INVOKE")) == 5, "five uses of the menu entry")
-    menu = [(m.get("id"), m.get("text"), m.get("enabled", "1")) for m in lines_of(out, "MENU-ENTRY")]
+    menu = [(m.get("id"), m.get("text"), m.get("enabled", "1"))
+            for m in lines_of(out, "MENU-ENTRY")]
     expect(menu == [("1000", "Pobierz z telefonu...", "1"), (None, None, "1"),
                     ("1001", "Zaznacz wszystko", "1"), (None, None, "1"),
                     ("1002", "Zapisz zaznaczone do archiwum", "1")], menu)
@@ -111,9 +113,9 @@ def check(out, started, ended):
                                       ("2003", page_layout)):
         wrong = differences(number, layout, windows)
         expect(not wrong, "template %s: %s" % (number, "; ".join(wrong)))
-    layouts = [(ints(l["client"]), ints(l["units"]),
+    layouts = [(ints(line["client"]), ints(line["units"]),
                 {int(w["id"]): (ints(w["rect"]), w["text"]) for w in reversed(ws)})
-               for l, ws in found[1:]]
+               for line, ws in found[1:]]
     ((w0, h0), _, before), ((w1, h1), _, after) = layouts[:2]
     expect((w1, h1) == (w0, h0 + 100), ((w0, h0), (w1, h1)))
     (list0, _), (list1, _) = before[2007], after[2007]

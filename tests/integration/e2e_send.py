@@ -14,9 +14,9 @@ class Outcome:
 
     def __init__(self, out, errors, phone_log, decoded, elapsed):
         self.out, self.errors, self.phone_log, self.decoded = out, errors, phone_log, decoded
-        self.lines = [l["text"] for l in lines_of(out, "SEND-LINE")]
-        self.states = [int(l["state"]) for l in lines_of(out, "SEND-RECIPIENT")]
-        self.result = next((l for l in out.splitlines() if l.startswith("SEND ->")), "")
+        self.lines = [line["text"] for line in lines_of(out, "SEND-LINE")]
+        self.states = [int(line["state"]) for line in lines_of(out, "SEND-RECIPIENT")]
+        self.result = next((line for line in out.splitlines() if line.startswith("SEND ->")), "")
         self.send_ms = next((int(t["ms"]) for t in lines_of(out, "SEND-TIME")), None)
         self.elapsed = elapsed
 
@@ -33,8 +33,8 @@ def send(bin_dir, native_dir, config, recipients, text, report, configure=None):
         out, errors, elapsed = phone.host(bin_dir, "load", *steps, "send", "Telefon", text,
                                           *recipients, "unload")
         phone_log = phone.log()
-    pdus = [l.split(" ", 1)[1] for l in phone_log if l.startswith("PDU ")]
-    decoded = [json.loads(l) for l in subprocess.run(
+    pdus = [line.split(" ", 1)[1] for line in phone_log if line.startswith("PDU ")]
+    decoded = [json.loads(line) for line in subprocess.run(
         [os.path.join(native_dir, "tools", "tarnik-pdu"), "decode", *pdus],
         capture_output=True, text=True).stdout.splitlines()] if pdus else []
     return Outcome(out, errors, phone_log, decoded, elapsed)

@@ -30,7 +30,7 @@ HANG = 120 + 2 * CAP * BYTE_DELAY_US // 1000000
 def settled_log(phone):
     """The phone's log once it has seen the client go (the count of flooded bytes)."""
     for _ in range(30):
-        if any(l.startswith("LINK client closed") for l in phone.log()):
+        if any(line.startswith("LINK client closed") for line in phone.log()):
             break
         time.sleep(0.1)
     return phone.log()
@@ -51,13 +51,13 @@ def run(case):
     expect("UNLOAD -> 0" in out and (kind == "send" or "ARCHIVE-PAGE script=done" in out),
            errors[-1500:])
     times = [int(t["ms"]) for t in lines_of(out, "TIME")]
-    flooded = sum(int(l.rsplit(", ", 1)[1].split()[0]) for l in o.phone_log
-                  if l.startswith("LINK client closed") and l.endswith(" endless bytes sent"))
+    flooded = sum(int(line.rsplit(", ", 1)[1].split()[0]) for line in o.phone_log
+                  if line.startswith("LINK client closed") and line.endswith(" endless bytes sent"))
     got = {"lines": o.lines, "states": o.states, "result": o.result,
-           "submitted": sum(l.startswith("SUBMIT to=") for l in o.phone_log),
+           "submitted": sum(line.startswith("SUBMIT to=") for line in o.phone_log),
            "rows": [[r["number"], r["text"]] for r in lines_of(out, "ROW")],
            "enabled": {c["id"]: c["enabled"] for c in lines_of(out, "CONTROL")},
-           "heard": [l[3:] for l in o.phone_log if l.startswith("RX ")]}
+           "heard": [line[3:] for line in o.phone_log if line.startswith("RX ")]}
     for key in got.keys() & case.keys():
         want = case[key]
         value = {k: got[key].get(k) for k in want} if key == "enabled" else got[key]

@@ -22,10 +22,11 @@ def check(case, o):
             raise AssertionError("%s: %r, expected %r" % (key, got, case[key]))
     for number in case["recipients"]:
         mine = [d for d in o.decoded if number.endswith(d["address"]["number"])]
-        if len({d["concatRef"] for d in mine}) != 1 or "".join(d["text"] for d in mine) != case["text"]:
+        joined = "".join(d["text"] for d in mine)
+        if len({d["concatRef"] for d in mine}) != 1 or joined != case["text"]:
             raise AssertionError("the parts to %s: %r" % (
                 number, [(d["concatRef"], d["text"]) for d in mine]))
-    heard = [l[3:] for l in o.phone_log if l.startswith("RX ")]
+    heard = [line[3:] for line in o.phone_log if line.startswith("RX ")]
     for key, got in (("lines", o.lines), ("heard", heard)):
         missing = missing_in_order(got, case.get(key, []))
         if missing is not None:

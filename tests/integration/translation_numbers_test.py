@@ -25,9 +25,9 @@ UNKNOWN_PORT = 255  # no COM port of that number is ever listed
 
 
 def check(out):
-    lines = [(l.split(" ", 1)[0], fields(l)) for l in out.splitlines()]
+    lines = [(line.split(" ", 1)[0], fields(line)) for line in out.splitlines()]
     with open(os.path.join(ROOT, "tests", "data", "translation_numbers.txt")) as f:
-        wanted = [(l.split(" ", 1)[0], fields(l)) for l in f if l[0] not in "#\n"]
+        wanted = [(line.split(" ", 1)[0], fields(line)) for line in f if line[0] not in "#\n"]
     expect(all(want for _, want in wanted), "a line of the data without fields")
     for word in dict.fromkeys(w for w, _ in wanted):
         missing = missing_in_order([f for w, f in lines if w == word],

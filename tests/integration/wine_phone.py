@@ -38,7 +38,7 @@ def ensure_prefix():
 def data_file(name):
     """A JSON file of tests/data, its lines that start with # left out."""
     with open(os.path.join(ROOT, "tests", "data", name), encoding="utf-8") as f:
-        return json.loads("".join(l for l in f if not l.startswith("#")))
+        return json.loads("".join(line for line in f if not line.startswith("#")))
 
 
 def com_profile(port, report=False, kind=2):
@@ -162,7 +162,7 @@ def fields(line):
 
 def lines_of(out, word):
     """The fields of every output line that starts with `word`."""
-    return [fields(l) for l in out.splitlines() if l.split(" ", 1)[0] == word]
+    return [fields(line) for line in out.splitlines() if line.split(" ", 1)[0] == word]
 
 
 def blocks(out, head, item):

@@ -73,7 +73,7 @@ def main():
         finally:
             if wine:
                 os.unlink(terminal_less)
-        heard = [l[3:] for l in phone.log() if l.startswith("RX ")]
+        heard = [line[3:] for line in phone.log() if line.startswith("RX ")]
         devices = [] if wine else port_devices(os.path.join(bin_dir, "tarnik-at"), link)
     failures = ["the port numbers' devices: " + d for d in devices] + [what for what, bad in [
         ("the phone heard %s" % heard, heard != HEARD),

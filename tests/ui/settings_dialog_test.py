@@ -25,12 +25,14 @@ def run(case, common):
     lines' fields, and the first layout's LAYOUT fields with its WINDOW lines' fields."""
     with tempfile.TemporaryDirectory() as folder:
         for name in os.listdir(bin_dir):
-            if name.endswith((".exe", ".dll", ".mdl")) and name not in ("linkbt.mdl", "linkcom.mdl"):
+            fake = name in ("linkbt.mdl", "linkcom.mdl")
+            if name.endswith((".exe", ".dll", ".mdl")) and not fake:
                 shutil.copy(os.path.join(bin_dir, name), folder)
-            if name in ("linkbt.mdl", "linkcom.mdl") and case.get("links") != "none":
+            if fake and case.get("links") != "none":
                 shutil.copy(os.path.join(fakes_dir, name), folder)
         env = dict(os.environ)
-        for key, variable in (("ports", "TARNIK_FAKE_COM_PORTS"), ("devices", "TARNIK_FAKE_BT_DEVICES")):
+        for key, variable in (("ports", "TARNIK_FAKE_COM_PORTS"),
+                              ("devices", "TARNIK_FAKE_BT_DEVICES")):
             if key in case:
                 env[variable] = common[key] if case[key] is True else case[key]
         out, errors, _ = run_host(folder, os.path.join(folder, "data"), "load", "add-profile", "P",
@@ -57,8 +59,10 @@ def check(case, common):
         wrong = {k: got.get(k) for k, v in want.items() if got.get(k) != v}
         assert not wrong, "control %s: %s, expected %s" % (id, wrong, want)
     got = (configure["written"], configure["bytes"], profile["bytes"])
-    assert got == (case["written"], case["record"], case["record"]), "written, record, stored: %s" % (got,)
-    assert configure["after"] == "eeeeee", "the dialog wrote past the 13 bytes: " + configure["after"]
+    assert got == (case["written"], case["record"], case["record"]), \
+        "written, record, stored: %s" % (got,)
+    assert configure["after"] == "eeeeee", \
+        "the dialog wrote past the 13 bytes: " + configure["after"]
 
 
 common = data_file("settings_dialog_cases.json")
