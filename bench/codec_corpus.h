@@ -73,22 +73,11 @@ private:
     static std::string Address(const std::string& digits) { return BuildAddress("+" + digits); }
     std::string TimeStamp() {
         // One draw per field, in this order: the corpus must not change between runs.
-        const int fields[] = {24,
-                              1 + static_cast<int>(Below(12)),
-                              1 + static_cast<int>(Below(28)),
-                              static_cast<int>(Below(24)),
-                              static_cast<int>(Below(60)),
-                              static_cast<int>(Below(60)),
-                              4};
-        TimeStampFields f;
-        f.year = fields[0];
-        f.month = fields[1];
-        f.day = fields[2];
-        f.hour = fields[3];
-        f.minute = fields[4];
-        f.second = fields[5];
-        f.zoneQuarters = fields[6];
-        return BuildTimeStamp(f);
+        // (A braced list is evaluated left to right.)
+        return BuildTimeStamp(
+            TimeStampFields{24, 1 + static_cast<int>(Below(12)), 1 + static_cast<int>(Below(28)),
+                            static_cast<int>(Below(24)), static_cast<int>(Below(60)),
+                            static_cast<int>(Below(60)), 4});
     }
     std::string ConcatHeader(bool sixteenBit, size_t total, size_t seq) {
         const auto t = static_cast<uint8_t>(total);

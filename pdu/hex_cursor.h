@@ -55,18 +55,10 @@ public:
     // Each read either consumes the whole field or nothing and returns false; a failed
     // read is kept as the end of the input, at `field`.
     bool ReadOctet(uint8_t& out, PduField field = PduField::kNone) {
-        if (Remaining() < 2)
-            return Stop(PduEndKind::kCutBefore, field);
-        out = HexPairValue(hex_[pos_], hex_[pos_ + 1]);
-        pos_ += 2;
-        return true;
+        return ReadPair(out, field, HexPairValue);
     }
     bool ReadLenientOctet(uint8_t& out, PduField field = PduField::kNone) {
-        if (Remaining() < 2)
-            return Stop(PduEndKind::kCutBefore, field);
-        out = HexPairValueLenient(hex_[pos_], hex_[pos_ + 1]);
-        pos_ += 2;
-        return true;
+        return ReadPair(out, field, HexPairValueLenient);
     }
     bool Take(size_t chars, std::string_view& out, PduField field = PduField::kNone,
               PduEndKind kind = PduEndKind::kCutBefore) {
@@ -78,10 +70,8 @@ public:
     }
     bool Skip(size_t chars, PduField field = PduField::kNone,
               PduEndKind kind = PduEndKind::kCutBefore) {
-        if (Remaining() < chars)
-            return Stop(kind, field);
-        pos_ += chars;
-        return true;
+        std::string_view skipped;
+        return Take(chars, skipped, field, kind);
     }
     // Skips what is there, at most `chars`; falling short is kept as the end all the same.
     void SkipUpTo(size_t chars, PduField field = PduField::kNone,
@@ -101,6 +91,14 @@ public:
     }
 
 private:
+    bool ReadPair(uint8_t& out, PduField field, uint8_t (*value)(char high, char low)) {
+        std::string_view pair;
+        if (!Take(2, pair, field))
+            return false;
+        out = value(pair[0], pair[1]);
+        return true;
+    }
+
     std::string_view hex_;
     size_t pos_ = 0;
     PduEnd end_;
