@@ -5,6 +5,7 @@
 
 #include "pdu/hex.h"
 #include "pdu/septets.h"
+#include "pdu/sms_pdu.h"
 
 namespace tarnik {
 
@@ -13,7 +14,6 @@ namespace {
 constexpr uint8_t kTypeInternational = 0x91;
 constexpr uint8_t kTypeUnknown = 0x81;
 constexpr uint8_t kTypeAlphanumeric = 0xD0;
-constexpr uint8_t kUdhi = 0x40;
 
 // Digits in semi-octets, 'F'-filled to whole octets.
 std::string SemiOctetDigits(std::string_view digits) {
@@ -131,7 +131,8 @@ UserData BuildUcs2UserData(std::u16string_view text, std::string_view header) {
 
 std::string BuildDeliver(const DeliverPdu& pdu) {
     std::string out = pdu.smsc;
-    AppendHexOctet(out, static_cast<uint8_t>(pdu.firstOctet | (pdu.userData.header ? kUdhi : 0)));
+    AppendHexOctet(
+        out, static_cast<uint8_t>(pdu.firstOctet | (pdu.userData.header ? kFirstOctetUdhi : 0)));
     out += pdu.originator;
     AppendHexOctet(out, pdu.protocolId);
     AppendHexOctet(out, pdu.dataCoding);

@@ -50,6 +50,12 @@ enum SmsMessageType : uint32_t {
     kMtiStatusReport = 2,
 };
 
+// Bits of the first octet beside TP-MTI, as they are written (TS 23.040 9.2.3.3, 9.2.3.5,
+// 9.2.3.23).
+constexpr uint8_t kFirstOctetVpfRelative = 0x10;
+constexpr uint8_t kFirstOctetStatusReportRequest = 0x20;
+constexpr uint8_t kFirstOctetUdhi = 0x40;
+
 struct SmsPdu {
     SmsAddress smsc;
     SmsAddress address;  // originator, destination or the recipient a report is about

@@ -2,16 +2,12 @@
 
 #include "pdu/hex.h"
 #include "pdu/septets.h"
+#include "pdu/sms_pdu.h"
 
 namespace tarnik {
 
 namespace {
 
-// TS 23.040 9.2.3.1, 9.2.3.3, 9.2.3.5, 9.2.3.23.
-constexpr uint8_t kMtiSubmit = 0x01;
-constexpr uint8_t kVpfRelative = 0x10;
-constexpr uint8_t kStatusReportRequest = 0x20;
-constexpr uint8_t kUdhi = 0x40;
 // TS 23.038 4: coding group 1111, class 0 (flash), default alphabet.
 constexpr uint8_t kDcsFlash = 0xF0;
 // Concatenation header with an 8-bit reference (TS 23.040 9.2.3.24.1): UDHL, IEI, IEDL.
@@ -22,14 +18,14 @@ constexpr size_t kConcatHeaderOctets = 6;
 std::string EncodeSubmit(SmsSubmitParams& p) {
     std::string pdu = "00";  // no SMSC: the phone uses its own
 
-    uint8_t first = kMtiSubmit;
+    uint8_t first = static_cast<uint8_t>(kMtiSubmit);
     if (p.vpPresent)
-        first |= kVpfRelative;
+        first |= kFirstOctetVpfRelative;
     if (p.statusReport && (p.concat == 0 || p.concatSeq == p.concatTotal)) {
-        first |= kStatusReportRequest;  // only the last part asks for a report
+        first |= kFirstOctetStatusReportRequest;  // only the last part asks for a report
     }
     if (p.concat)
-        first |= kUdhi;
+        first |= kFirstOctetUdhi;
     AppendHexOctet(pdu, first);
     AppendHexOctet(pdu, p.messageRef);
 
