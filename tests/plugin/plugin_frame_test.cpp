@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "dialog_framework/module_state.h"
 #include "hrx/hrxcore.h"
 #include "hrx/hrxui.h"
 #include "plugin/host_records.h"
@@ -355,15 +356,7 @@ TEST_F(PluginFrame, OwnActivationContextForEveryCallFromTheHost) {
 
     // A caller with a context of its own gets it back from a call that threw. Any context
     // will do for the caller's: this one is made from the plug-in's manifest again.
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(module_, path, MAX_PATH);
-    ACTCTXW own{};
-    own.cbSize = sizeof own;
-    own.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
-    own.lpSource = path;
-    own.hModule = module_;
-    own.lpResourceName = MAKEINTRESOURCEW(2);
-    const HANDLE callers = CreateActCtxW(&own);
+    const HANDLE callers = dlg::CreateModuleActivationContext(module_);
     ASSERT_NE(callers, INVALID_HANDLE_VALUE);
     ULONG_PTR cookie = 0;
     ASSERT_TRUE(ActivateActCtx(callers, &cookie));
