@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 
 #include "archive_page_command.h"
 #include "configure_command.h"
@@ -128,27 +129,13 @@ bool Load(Host& host, const CommandArgs&, std::string& error) {
     return true;
 }
 
-struct ModuleWindows {
-    HMODULE module;
-    int count = 0;
-};
-
 // Windows of this process made from the plug-in's templates: after pluginUnload none may
 // be left, since the code behind them goes with the module.
 int WindowsOf(HMODULE module) {
-    ModuleWindows search{module};
-    EnumWindows(
-        [](HWND window, LPARAM l) {
-            auto* s = reinterpret_cast<ModuleWindows*>(l);
-            DWORD process = 0;
-            GetWindowThreadProcessId(window, &process);
-            if (process == GetCurrentProcessId() &&
-                reinterpret_cast<HMODULE>(GetWindowLongPtrW(window, GWLP_HINSTANCE)) == s->module)
-                ++s->count;
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.count;
+    int count = 0;
+    for (HWND window : OwnWindows())
+        count += reinterpret_cast<HMODULE>(GetWindowLongPtrW(window, GWLP_HINSTANCE)) == module;
+    return count;
 }
 
 // Threads of this process that started in the plug-in's code: after pluginUnload none may
@@ -191,29 +178,36 @@ bool Unload(Host& host, const CommandArgs&, std::string& error) {
     return UnloadPlugin(host, error);
 }
 
-bool Transports(Host& host, const CommandArgs&, std::string&) {
-    host.output.Print("TRANSPORTS count=" + std::to_string(host.registered.transports().size()));
-    for (const RegisteredTransport& t : host.registered.transports()) {
-        host.output.Print("TRANSPORT id=" + Quote(t.id) + " name=" + Quote(t.name) +
-                          " number10=" + std::to_string(t.number10) +
-                          " maxSingleText=" + std::to_string(t.maxSingleText) +
-                          " number50=" + std::to_string(t.number50) +
-                          " send=" + Where(reinterpret_cast<const void*>(t.send)) +
-                          " configure=" + Where(reinterpret_cast<const void*>(t.configure)));
-    }
+// "NAME count=N", then a line per item, given the item and its index.
+template <class Items, class Line>
+bool PrintAll(Host& host, const char* name, const Items& items, Line line) {
+    host.output.Print(std::string(name) + " count=" + std::to_string(items.size()));
+    for (size_t i = 0; i < items.size(); ++i)
+        host.output.Print(line(items[i], std::to_string(i)));
     return true;
 }
 
+bool Transports(Host& host, const CommandArgs&, std::string&) {
+    return PrintAll(host, "TRANSPORTS", host.registered.transports(),
+                    [](const RegisteredTransport& t, const std::string&) {
+                        return "TRANSPORT id=" + Quote(t.id) + " name=" + Quote(t.name) +
+                               " number10=" + std::to_string(t.number10) +
+                               " maxSingleText=" + std::to_string(t.maxSingleText) +
+                               " number50=" + std::to_string(t.number50) +
+                               " send=" + Where(reinterpret_cast<const void*>(t.send)) +
+                               " configure=" + Where(reinterpret_cast<const void*>(t.configure));
+                    });
+}
+
 bool Menu(Host& host, const CommandArgs&, std::string&) {
-    host.output.Print("MENU count=" + std::to_string(host.registered.menu().size()));
-    for (const MenuEntry& item : host.registered.menu()) {
-        host.output.Print("MENU-ITEM id=" + Quote(item.id) + " parent=" + Quote(item.parent) +
-                          " caption=" + Quote(item.caption) +
-                          " position=" + std::to_string(item.position) +
-                          " callback=" + Where(reinterpret_cast<const void*>(item.callback)) +
-                          " instance=" + Where(item.instance));
-    }
-    return true;
+    return PrintAll(host, "MENU", host.registered.menu(),
+                    [](const MenuEntry& item, const std::string&) {
+                        return "MENU-ITEM id=" + Quote(item.id) + " parent=" + Quote(item.parent) +
+                               " caption=" + Quote(item.caption) +
+                               " position=" + std::to_string(item.position) +
+                               " callback=" + Where(reinterpret_cast<const void*>(item.callback)) +
+                               " instance=" + Where(item.instance);
+                    });
 }
 
 bool MenuInvoke(Host& host, const CommandArgs& args, std::string& error) {
@@ -241,15 +235,12 @@ std::string RecordHex(const StoredProfile& profile) {
 }
 
 bool Profiles(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<StoredProfile>& profiles = host.profiles.Records();
-    host.output.Print("PROFILES count=" + std::to_string(profiles.size()));
-    for (size_t i = 0; i < profiles.size(); ++i) {
-        const StoredProfile& p = profiles[i];
-        host.output.Print("PROFILE index=" + std::to_string(i) + " name=" + Quote(p.name) +
-                          " transportId=" + Quote(p.transportId) + " bytes=" + RecordHex(p) +
-                          " base64=" + Quote(p.base64));
-    }
-    return true;
+    return PrintAll(host, "PROFILES", host.profiles.Records(),
+                    [](const StoredProfile& p, const std::string& i) {
+                        return "PROFILE index=" + i + " name=" + Quote(p.name) +
+                               " transportId=" + Quote(p.transportId) + " bytes=" + RecordHex(p) +
+                               " base64=" + Quote(p.base64);
+                    });
 }
 
 bool AddProfile(Host& host, const CommandArgs& args, std::string& error) {
@@ -284,27 +275,22 @@ bool AddProfile(Host& host, const CommandArgs& args, std::string& error) {
 }
 
 bool Archive(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<ArchivedSms>& archive = host.archive.Records();
-    host.output.Print("ARCHIVE count=" + std::to_string(archive.size()));
-    for (size_t i = 0; i < archive.size(); ++i) {
-        host.output.Print("ARCHIVE-RECORD index=" + std::to_string(i) + " " +
-                          StoreLine(archive[i]) + " utc=\"" + UtcText(archive[i].time) + "\"");
-    }
-    return true;
+    return PrintAll(host, "ARCHIVE", host.archive.Records(),
+                    [](const ArchivedSms& sms, const std::string& i) {
+                        return "ARCHIVE-RECORD index=" + i + " " + StoreLine(sms) + " utc=\"" +
+                               UtcText(sms.time) + "\"";
+                    });
 }
 
 bool Log(Host& host, const CommandArgs&, std::string&) {
-    const std::vector<LogRecord>& log = host.log.Records();
-    host.output.Print("LOG count=" + std::to_string(log.size()));
-    for (size_t i = 0; i < log.size(); ++i) {
-        host.output.Print("LOG-ENTRY index=" + std::to_string(i) + " " + StoreLine(log[i]));
-    }
-    return true;
+    return PrintAll(host, "LOG", host.log.Records(),
+                    [](const LogRecord& entry, const std::string& i) {
+                        return "LOG-ENTRY index=" + i + " " + StoreLine(entry);
+                    });
 }
 
 bool Heaps(Host& host, const CommandArgs&, std::string&) {
-    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 16);
-    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    const std::vector<HANDLE> heaps = ProcessHeaps();
     size_t valid = 0;
     for (HANDLE heap : heaps)
         valid += HeapValidate(heap, 0, nullptr) ? 1 : 0;
@@ -346,66 +332,65 @@ bool UnloadPlugin(Host& host, std::string& error) {
 
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
-        {"info", "", 0, 0,
+        {"info", "",
          "Load the plug-in if needed, call queryPlugInfo and print the record: INFO "
          "address=<pointer>, then one INFO line per field (versions as a.b.c.d). Fails when "
          "the size is not 128.",
          Info},
-        {"load", "", 0, 0,
+        {"load", "",
          "Call pluginLoad(0, table). Prints LOAD -> <result> bound=yes|no|inconsistent "
          "(whether hrxcore.mdl now holds this host's table).",
          Load},
-        {"unload", "", 0, 0,
+        {"unload", "",
          "Call pluginUnload(). Prints UNLOAD -> <result> bound=... windows=<the plug-in's "
          "windows still there> threads=<threads started in the plug-in's code still running>",
          Unload},
-        {"transports", "", 0, 0,
+        {"transports", "",
          "Registered transports: TRANSPORTS count=N, then TRANSPORT id name number10 "
          "maxSingleText number50 send configure.",
          Transports},
-        {"menu", "", 0, 0,
+        {"menu", "",
          "Menu items kept: MENU count=N, then MENU-ITEM id parent caption position callback "
          "instance.",
          Menu},
-        {"menu-invoke", "ITEM-ID", 1, 1,
+        {"menu-invoke", "ITEM-ID",
          "Call the item's callback with (0, 0). Prints MENU-INVOKE id=\"...\" -> <result>.",
          MenuInvoke},
-        {"profiles", "", 0, 0,
+        {"profiles", "",
          "Stored profiles of every transport: PROFILES count=N, then PROFILE index name "
          "transportId bytes=<record in hex> base64.",
          Profiles},
-        {"add-profile", "NAME HEX [TRANSPORT-ID]", 2, 3,
+        {"add-profile", "NAME HEX [TRANSPORT-ID]",
          "Store a profile whose record bytes are HEX (26 digits for a 13-byte record). The "
          "transport id defaults to the first registered transport, else "
          "3A5C1E07-6B2D-4F19-8E44-C0D2B7A91F35. Prints ADD-PROFILE.",
          AddProfile},
-        {"archive", "", 0, 0,
+        {"archive", "",
          "Every stored archive record: ARCHIVE count=N, then ARCHIVE-RECORD index <the "
          "archive.txt fields> utc=\"YYYY-MM-DD hh:mm:ss\".",
          Archive},
-        {"log", "", 0, 0, "The host log: LOG count=N, then LOG-ENTRY index kind source message.",
-         Log},
-        {"free", "", 0, 0,
+        {"log", "", "The host log: LOG count=N, then LOG-ENTRY index kind source message.", Log},
+        {"free", "",
          "FreeLibrary the plug-in; menu items and transports whose code lay in it are "
          "dropped. Prints FREE module droppedMenuItems droppedTransports.",
          Free},
-        {"heaps", "", 0, 0,
+        {"heaps", "",
          "Check every heap of the process, blocks in use and free ones (HeapValidate): "
          "HEAPS count=N valid=<how many passed>. Under WINEDEBUG=warn+heap, Wine also "
          "names on stderr what it finds, and watches freed blocks for writes meanwhile.",
          Heaps},
-        {"send", "PROFILE TEXT NUMBER...", 3, 1000,
+        {"send", "PROFILE TEXT NUMBER...",
          "Send TEXT to the NUMBERs through the stored profile named PROFILE, as the SMS "
          "plug-in does: a window with its progress list box, an SmstSendInfo (every "
          "recipient's state 1) and the transport's send callback on this thread. Prints "
          "SEND-LINE index text for every line of the list box, SEND-RECIPIENT index number "
          "state, SEND -> <result> and SEND-TIME ms=<wall time of the callback>.",
          SendSms},
-        {"hold", "MILLISECONDS", 1, 1,
+        {"hold", "MILLISECONDS",
          "Keep the windows on screen for that long, answering their messages (for a "
          "screenshot). Prints HOLD.",
          HoldCommand},
-        {"configure", "PROFILE [SCRIPT]", 1, 2,
+        {"configure", "PROFILE [SCRIPT]",
          "Open the settings of the stored profile PROFILE through its transport's configure "
          "callback, as the SMS plug-in does (an SmstConfigureInfo over the record's bytes). "
          "SCRIPT plays the user (script steps below); without it the dialog waits for a "
@@ -413,14 +398,14 @@ const std::vector<Command>& Commands() {
          "bytes> after=<the 3 bytes past the record>; the store is updated only when the "
          "written length is 13.",
          ConfigureCommand},
-        {"archive-page", "[SCRIPT]", 0, 1,
+        {"archive-page", "[SCRIPT]",
          "Use the plug-in's menu entry (the first item added with a callback) as the host's "
          "menu does, then run the host's message loop while SCRIPT plays the user on the "
          "windows that open (script steps below); without it the loop runs until no dialog "
          "is shown. Prints MENU-INVOKE for each use of the entry and ARCHIVE-PAGE "
          "script=done|failed.",
          ArchivePageCommand},
-        {"resources", "", 0, 0,
+        {"resources", "",
          "What the process holds now: RESOURCES windows=<windows of this process, children "
          "included> private=<GetProcessMemoryInfo's PrivateUsage> "
          "workingSet=<bytes> committed=<committed private bytes of the address space> "
@@ -432,6 +417,16 @@ const std::vector<Command>& Commands() {
          ResourcesCommand},
     };
     return commands;
+}
+
+void ArgumentCounts(const Command& command, size_t& least, size_t& most) {
+    constexpr size_t kRest = 1000;  // what a WORD... may take
+    least = most = 0;
+    std::istringstream words(command.arguments);
+    for (std::string word; words >> word;) {
+        least += word.front() == '[' ? 0 : 1;
+        most = word.size() > 3 && word.compare(word.size() - 3, 3, "...") == 0 ? kRest : most + 1;
+    }
 }
 
 const Command* FindCommand(const std::string& name) {

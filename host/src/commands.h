@@ -12,9 +12,9 @@ using CommandArgs = std::vector<std::wstring>;
 
 struct Command {
     const char* name;
-    const char* arguments;  // for --help, e.g. "NAME HEX [TRANSPORT-ID]"
-    size_t minArgs;
-    size_t maxArgs;
+    // For --help and the parser, e.g. "NAME HEX [TRANSPORT-ID]": [WORD] is optional,
+    // WORD... takes the rest.
+    const char* arguments;
     const char* help;
     // False when the command failed; `error` then says why.
     bool (*run)(Host& host, const CommandArgs& args, std::string& error);
@@ -25,6 +25,8 @@ struct Command {
 bool UnloadPlugin(Host& host, std::string& error);
 
 const std::vector<Command>& Commands();
+// How many arguments the command takes, read from its `arguments`.
+void ArgumentCounts(const Command& command, size_t& least, size_t& most);
 const Command* FindCommand(const std::string& name);
 
 }  // namespace tarnik::host

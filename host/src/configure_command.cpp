@@ -18,17 +18,10 @@ constexpr size_t kProfileBuffer = 64;
 constexpr uint32_t kUntouched = 0xFFFFFFFF;
 
 bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
-    size_t index = 0;
-    const RegisteredTransport* transport = nullptr;
-    if (!FindProfile(host, args[0], index, transport, error))
+    std::optional<ProfileTarget> target = FindProfile(host, args[0], false, error);
+    if (!target)
         return false;
-    if (transport->configure == nullptr) {
-        error = "the transport of profile " + Utf8(args[0]) + " is not registered";
-        return false;
-    }
-
-    StoredProfile profile = host.profiles.Records()[index];
-    const std::vector<uint8_t> record = RecordBytes(profile);
+    const std::vector<uint8_t> record = RecordBytes(target->profile);
     std::vector<uint8_t> buffer(kProfileBuffer, 0xEE);
     std::copy_n(record.begin(), std::min(record.size(), kProfileBuffer), buffer.begin());
 
@@ -41,7 +34,7 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
     std::unique_ptr<DialogDriver> driver;
     if (args.size() > 1)
         driver = std::make_unique<DialogDriver>(host.output, args[1]);
-    const intptr_t result = transport->configure(&request);
+    const intptr_t result = target->transport->configure(&request);
     if (driver != nullptr && !driver->Finish()) {
         error = "the dialog script failed";
         return false;
@@ -53,9 +46,9 @@ bool ConfigureCommand(Host& host, const CommandArgs& args, std::string& error) {
                                              : std::to_string(request.writtenLength)) +
         " bytes=" + HexBytes(buffer.data(), 13) + " after=" + HexBytes(buffer.data() + 13, 3));
     if (request.writtenLength == 13) {
-        profile.base64 =
+        target->profile.base64 =
             WideFromUtf8(Base64Encode(std::vector<uint8_t>(buffer.begin(), buffer.begin() + 13)));
-        if (!host.profiles.Replace(index, profile, error))
+        if (!host.profiles.Replace(target->index, target->profile, error))
             return false;
     }
     return true;

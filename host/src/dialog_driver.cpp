@@ -9,15 +9,17 @@
 #include "dialog_framework/controls.h"
 #include "fields.h"
 #include "host/text/utf8.h"
+#include "modules.h"
 #include "output.h"
 
 namespace tarnik::host {
 
 enum class StepTarget {
-    kNothing,    // time, pauses, the host's menu entry
-    kDialog,     // the dialog of this process that takes input
-    kCaptioned,  // the same, once it has the caption given after the verb
-    kPopupMenu,  // the open context menu
+    kNothing,      // time, pauses, the host's menu entry
+    kDialog,       // the dialog of this process that takes input
+    kCaptioned,    // the same, once it has the caption given after the verb
+    kPopupMenu,    // the open context menu
+    kMessageList,  // the message list of that dialog (at any depth), which must be there
 };
 
 struct ScriptStep {
@@ -25,6 +27,8 @@ struct ScriptStep {
     HWND menuInvoker;      // runs the plug-in's menu entry on the host's thread; may be null
     HWND window;           // the dialog or the context menu's window
     HMENU menu;            // the open context menu
+    HWND list;             // the message list
+    int rows;              // and its number of rows
     std::wistream& words;  // those after the verb
 };
 
@@ -84,16 +88,6 @@ HWND FindControl(HWND dialog, int id) {
     return search.found;
 }
 
-std::wstring ListText(HWND list, int row, int column) {
-    wchar_t buffer[4096] = {};
-    LVITEMW item{};
-    item.iSubItem = column;
-    item.pszText = buffer;
-    item.cchTextMax = 4096;
-    SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-    return buffer;
-}
-
 // A real click as the mouse makes it, at a point of the list's client area.
 void MouseClick(HWND window, POINT at, bool right) {
     const LPARAM where = MAKELPARAM(at.x, at.y);
@@ -111,14 +105,8 @@ std::string Rect(HWND dialog, HWND window) {
            std::to_string(place.bottom - place.top);
 }
 
-bool IsComboBox(HWND window) {
-    return _wcsicmp(ClassOf(window).c_str(), L"ComboBox") == 0;
-}
-bool IsButton(HWND window) {
-    return _wcsicmp(ClassOf(window).c_str(), L"Button") == 0;
-}
-bool IsListBox(HWND window) {
-    return _wcsicmp(ClassOf(window).c_str(), L"ListBox") == 0;
+bool IsClass(HWND window, const wchar_t* cls) {
+    return _wcsicmp(ClassOf(window).c_str(), cls) == 0;
 }
 
 // The system icon a static shows (a message box's is one), by the shared handle the system
@@ -136,17 +124,12 @@ std::string IconOf(HWND window) {
 }
 
 // " items=N item0=TEXT ..." of a list box.
-std::string ListBoxItems(HWND list) {
-    const LRESULT count = SendMessageW(list, LB_GETCOUNT, 0, 0);
-    std::string items = " items=" + std::to_string(count);
-    for (LRESULT i = 0; i < count; ++i) {
-        const LRESULT length = SendMessageW(list, LB_GETTEXTLEN, static_cast<WPARAM>(i), 0);
-        std::wstring item(static_cast<size_t>(length > 0 ? length : 0) + 1, L'\0');
-        SendMessageW(list, LB_GETTEXT, static_cast<WPARAM>(i),
-                     reinterpret_cast<LPARAM>(item.data()));
-        item.resize(static_cast<size_t>(length > 0 ? length : 0));
-        items += " item" + std::to_string(i) + "=" + Quote(item);
-    }
+std::string ListBoxItems(HWND window) {
+    dlg::ListBox list;
+    list.Attach(window);
+    std::string items = " items=" + std::to_string(list.Count());
+    for (int i = 0; i < list.Count(); ++i)
+        items += " item" + std::to_string(i) + "=" + Quote(list.ItemText(i));
     return items;
 }
 
@@ -159,30 +142,24 @@ bool Dump(ScriptStep& step) {
                            " class=" + Quote(ClassOf(child)) +
                            " enabled=" + (IsWindowEnabled(child) ? "1" : "0") +
                            " text=" + Quote(dlg::WindowText(child));
-        if (IsButton(child)) {
+        if (IsClass(child, L"Button")) {
             const LONG style = GetWindowLongW(child, GWL_STYLE) & BS_TYPEMASK;
             if (style == BS_AUTOCHECKBOX || style == BS_CHECKBOX) {
                 line += " checked=" + std::to_string(SendMessageW(child, BM_GETCHECK, 0, 0));
             }
         }
-        if (_wcsicmp(ClassOf(child).c_str(), L"Static") == 0 &&
+        if (IsClass(child, L"Static") &&
             (GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON) {
             line += " icon=" + IconOf(child);
         }
-        if (IsComboBox(child)) {
-            const LRESULT count = SendMessageW(child, CB_GETCOUNT, 0, 0);
-            line += " selected=" + std::to_string(SendMessageW(child, CB_GETCURSEL, 0, 0)) +
-                    " items=" + std::to_string(count);
-            for (LRESULT i = 0; i < count; ++i) {
-                const LRESULT length =
-                    SendMessageW(child, CB_GETLBTEXTLEN, static_cast<WPARAM>(i), 0);
-                std::wstring item(static_cast<size_t>(length > 0 ? length : 0) + 1, L'\0');
-                SendMessageW(child, CB_GETLBTEXT, static_cast<WPARAM>(i),
-                             reinterpret_cast<LPARAM>(item.data()));
-                item.resize(static_cast<size_t>(length > 0 ? length : 0));
-                line +=
-                    " item" + std::to_string(i) + "=" + Quote(item) + "/" +
-                    std::to_string(SendMessageW(child, CB_GETITEMDATA, static_cast<WPARAM>(i), 0));
+        if (IsClass(child, L"ComboBox")) {
+            dlg::ComboBox box;
+            box.Attach(child);
+            line += " selected=" + std::to_string(box.CurSel()) +
+                    " items=" + std::to_string(box.Count());
+            for (int i = 0; i < box.Count(); ++i) {
+                line += " item" + std::to_string(i) + "=" + Quote(box.ItemText(i)) + "/" +
+                        std::to_string(static_cast<LRESULT>(box.ItemData(i)));
             }
         }
         step.output.Print(line);
@@ -214,7 +191,7 @@ bool Layout(ScriptStep& step) {
                           " class=" + Quote(ClassOf(window)) + " rect=" + Rect(dialog, window) +
                           " visible=" + (IsWindowVisible(window) ? "1" : "0") +
                           " text=" + Quote(dlg::WindowText(window)) +
-                          (IsListBox(window) ? ListBoxItems(window) : ""));
+                          (IsClass(window, L"ListBox") ? ListBoxItems(window) : ""));
     }
     return true;
 }
@@ -337,7 +314,7 @@ bool Check(ScriptStep& step) {
 bool Select(ScriptStep& step, bool byData) {
     long id = 0, value = 0;
     HWND control = Control(step, id);
-    if (control == nullptr || !IsComboBox(control) || !(step.words >> value))
+    if (control == nullptr || !IsClass(control, L"ComboBox") || !(step.words >> value))
         return false;
     LRESULT index = value;
     if (byData) {
@@ -357,18 +334,9 @@ bool Select(ScriptStep& step, bool byData) {
     return true;
 }
 
-// The message list of the dialog (at any depth) and its number of rows.
-HWND MessageList(ScriptStep& step, int& count) {
-    HWND list = FindControl(step.window, kMessageList);
-    count = list != nullptr ? static_cast<int>(SendMessageW(list, LVM_GETITEMCOUNT, 0, 0)) : 0;
-    return list;
-}
-
 bool Rows(ScriptStep& step) {
-    int count = 0;
-    HWND list = MessageList(step, count);
-    if (list == nullptr)
-        return false;
+    HWND list = step.list;
+    const int count = step.rows;
     HWND header = reinterpret_cast<HWND>(SendMessageW(list, LVM_GETHEADER, 0, 0));
     const int columns = static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0));
     step.output.Print(
@@ -386,24 +354,26 @@ bool Rows(ScriptStep& step) {
                           " width=" + std::to_string(column.cx) +
                           " format=" + std::to_string(column.fmt & LVCFMT_JUSTIFYMASK));
     }
+    dlg::ListView view;
+    view.Attach(list);
     for (int row = 0; row < count; ++row) {
         const auto state = static_cast<UINT>(SendMessageW(
             list, LVM_GETITEMSTATE, static_cast<WPARAM>(row), LVIS_SELECTED | LVIS_FOCUSED));
-        step.output.Print(
-            "ROW index=" + std::to_string(row) +
-            " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
-            " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0") +
-            " name=" + Quote(ListText(list, row, 0)) + " number=" + Quote(ListText(list, row, 1)) +
-            " date=" + Quote(ListText(list, row, 2)) + " text=" + Quote(ListText(list, row, 3)));
+        std::string line = "ROW index=" + std::to_string(row) +
+                           " selected=" + ((state & LVIS_SELECTED) != 0 ? "1" : "0") +
+                           " focused=" + ((state & LVIS_FOCUSED) != 0 ? "1" : "0");
+        // The message list's columns, in order.
+        const char* const names[] = {" name=", " number=", " date=", " text="};
+        for (int column = 0; column < 4; ++column)
+            line += names[column] + Quote(view.ItemText(row, column));
+        step.output.Print(line);
     }
     return true;
 }
 
 bool SelectRows(ScriptStep& step) {
-    int count = 0;
-    HWND list = MessageList(step, count);
-    if (list == nullptr)
-        return false;
+    HWND list = step.list;
+    const int count = step.rows;
     LVITEMW none{};
     none.stateMask = LVIS_SELECTED;
     SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(&none));
@@ -422,10 +392,10 @@ bool SelectRows(ScriptStep& step) {
 }
 
 bool ClickRow(ScriptStep& step, bool right) {
-    int count = 0;
-    HWND list = MessageList(step, count);
+    HWND list = step.list;
+    const int count = step.rows;
     std::wstring which;
-    if (list == nullptr || !(step.words >> which))
+    if (!(step.words >> which))
         return false;
     POINT at{};
     if (which == L"below") {
@@ -582,13 +552,13 @@ const std::vector<ScriptVerb>& ScriptVerbs() {
         {L"rows", "",
          "The message list 2007: LIST rows columns exstyle, COLUMN index title width "
          "format per column, ROW index selected focused name number date text per row.",
-         T::kDialog, Rows},
+         T::kMessageList, Rows},
         {L"select-rows", "[I,J,...]", "Select exactly these rows (none without a list).",
-         T::kDialog, SelectRows},
+         T::kMessageList, SelectRows},
         {L"row-click", "I|below", "Click row I with the mouse, or the empty space below the rows.",
-         T::kDialog, [](ScriptStep& s) { return ClickRow(s, false); }},
+         T::kMessageList, [](ScriptStep& s) { return ClickRow(s, false); }},
         {L"row-rclick", "I|below", "The same with the right button (opens a context menu).",
-         T::kDialog, [](ScriptStep& s) { return ClickRow(s, true); }},
+         T::kMessageList, [](ScriptStep& s) { return ClickRow(s, true); }},
         {L"key", "ID down|up|space|return|tab",
          "Press the key in control ID (at any depth); the host's loop gives Tab to the dialog.",
          T::kDialog, Key},
@@ -639,24 +609,12 @@ const ScriptVerb* FindVerb(const std::wstring& name) {
 }  // namespace
 
 HWND TopWindow(const wchar_t* cls, bool enabled) {
-    struct Search {
-        const wchar_t* cls;
-        bool enabled;
-        HWND found = nullptr;
-    } search{cls, enabled};
-    EnumWindows(
-        [](HWND window, LPARAM l) {
-            auto* s = reinterpret_cast<Search*>(l);
-            DWORD process = 0;
-            GetWindowThreadProcessId(window, &process);
-            if (process != GetCurrentProcessId() || ClassOf(window) != s->cls ||
-                !IsWindowVisible(window) || (s->enabled && !IsWindowEnabled(window)))
-                return TRUE;
-            s->found = window;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
+    for (HWND window : OwnWindows()) {
+        if (ClassOf(window) == cls && IsWindowVisible(window) &&
+            (!enabled || IsWindowEnabled(window)))
+            return window;
+    }
+    return nullptr;
 }
 
 DialogDriver::DialogDriver(Output& output, std::wstring script, HWND menu)
@@ -699,14 +657,17 @@ void DialogDriver::Run() {
         // An unknown verb fails once there is a dialog, like a step that fails on one.
         const StepTarget target = verb != nullptr ? verb->target : StepTarget::kDialog;
         const bool captioned = target == StepTarget::kCaptioned;
-        ScriptStep step{output_, menu_, nullptr, nullptr, words};
-        if (target == StepTarget::kDialog || captioned) {
+        ScriptStep step{output_, menu_, nullptr, nullptr, nullptr, 0, words};
+        if (target == StepTarget::kDialog || target == StepTarget::kMessageList || captioned) {
             const std::wstring caption = captioned ? Rest(words) : L"";
             step.window =
                 WaitForWindow(kDialogClass, true, captioned ? kExpectAttempts : kFindAttempts,
                               captioned ? &caption : nullptr);
             if (step.window == nullptr)
                 return fail("no dialog for step", text);
+            step.list = FindControl(step.window, kMessageList);
+            if (step.list != nullptr)
+                step.rows = static_cast<int>(SendMessageW(step.list, LVM_GETITEMCOUNT, 0, 0));
         } else if (target == StepTarget::kPopupMenu) {
             // While a menu is open, the dialog that owns it may be the one that takes no
             // input: the step finds the menu's own window.
@@ -715,7 +676,7 @@ void DialogDriver::Run() {
                 step.menu = reinterpret_cast<HMENU>(SendMessageW(step.window, MN_GETHMENU, 0, 0));
         }
         if (verb == nullptr || (target == StepTarget::kPopupMenu && step.menu == nullptr) ||
-            !verb->run(step)) {
+            (target == StepTarget::kMessageList && step.list == nullptr) || !verb->run(step)) {
             return fail("step failed:", text);
         }
     }

@@ -17,30 +17,28 @@ std::wstring Host::DataPath(const wchar_t* relative) const {
     return dataDir_ + L"\\" + relative;
 }
 
-bool FindProfile(Host& host, const std::wstring& name, size_t& index,
-                 const RegisteredTransport*& transport, std::string& error) {
+std::optional<ProfileTarget> FindProfile(Host& host, const std::wstring& name, bool forSend,
+                                         std::string& error) {
     const std::vector<StoredProfile>& profiles = host.profiles.Records();
-    const StoredProfile* profile = nullptr;
+    std::optional<ProfileTarget> found;
     for (size_t i = 0; i < profiles.size(); ++i) {
-        if (profiles[i].name == name) {
-            profile = &profiles[i];
-            index = i;
-        }
+        if (profiles[i].name == name)
+            found = ProfileTarget{i, profiles[i], nullptr};
     }
-    if (profile == nullptr) {
+    if (!found) {
         error = "no profile named " + Utf8(name);
-        return false;
+        return std::nullopt;
     }
-    transport = nullptr;
     for (const RegisteredTransport& t : host.registered.transports()) {
-        if (t.id == profile->transportId)
-            transport = &t;
+        if (t.id == found->profile.transportId)
+            found->transport = &t;
     }
-    if (transport == nullptr) {
+    const RegisteredTransport* t = found->transport;
+    if (t == nullptr || (forSend ? t->send == nullptr : t->configure == nullptr)) {
         error = "the transport of profile " + Utf8(name) + " is not registered";
-        return false;
+        return std::nullopt;
     }
-    return true;
+    return found;
 }
 
 }  // namespace tarnik::host

@@ -2,6 +2,7 @@
 // that reaches them, what plug-ins registered, and the data folder's stores.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "function_table.h"
@@ -41,9 +42,15 @@ private:
     std::wstring dataDir_;
 };
 
-// The stored profile of this name and the registered transport it belongs to; false, with
-// `error` saying which is missing, when either is not there.
-bool FindProfile(Host& host, const std::wstring& name, size_t& index,
-                 const RegisteredTransport*& transport, std::string& error);
+// A stored profile and the registered transport it belongs to.
+struct ProfileTarget {
+    size_t index;
+    StoredProfile profile;
+    const RegisteredTransport* transport;
+};
+// The profile of this name, whose transport is registered with a `send` (else `configure`)
+// callback; nullopt, with `error` saying which is missing, when either is not there.
+std::optional<ProfileTarget> FindProfile(Host& host, const std::wstring& name, bool forSend,
+                                         std::string& error);
 
 }  // namespace tarnik::host

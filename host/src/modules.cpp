@@ -65,4 +65,25 @@ std::string Where(const void* address) {
     return text;
 }
 
+std::vector<HWND> OwnWindows() {
+    std::vector<HWND> windows;
+    EnumWindows(
+        [](HWND window, LPARAM l) {
+            DWORD process = 0;
+            GetWindowThreadProcessId(window, &process);
+            if (process == GetCurrentProcessId())
+                reinterpret_cast<std::vector<HWND>*>(l)->push_back(window);
+            return TRUE;
+        },
+        reinterpret_cast<LPARAM>(&windows));
+    return windows;
+}
+
+std::vector<HANDLE> ProcessHeaps() {
+    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr) + 16);
+    const DWORD got = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    heaps.resize(got <= heaps.size() ? got : 0);
+    return heaps;
+}
+
 }  // namespace tarnik::host

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 namespace tarnik::host {
 
@@ -25,6 +26,11 @@ private:
     Output& output_;
     HMODULE module_ = nullptr;
 };
+
+// The top-level windows of this process, hidden ones too.
+std::vector<HWND> OwnWindows();
+// Every heap of this process; none when the system does not say.
+std::vector<HANDLE> ProcessHeaps();
 
 // The loaded module holding this address, or null.
 HMODULE ModuleOf(const void* address);

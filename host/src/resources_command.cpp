@@ -41,26 +41,21 @@ uint64_t CommittedPrivate() {
 // Bytes in use in every heap of the process: what allocations hold, without the heaps'
 // free space, so that a heap that keeps pages it no longer needs is not taken for a leak.
 bool HeapBytes(uint64_t& busy) {
-    const DWORD count = GetProcessHeaps(0, nullptr);
-    std::vector<HANDLE> heaps(count + 16);
-    const DWORD got = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-    if (got == 0 || got > heaps.size()) {
-        return false;
-    }
+    const std::vector<HANDLE> heaps = ProcessHeaps();
     busy = 0;
-    for (DWORD i = 0; i < got; ++i) {
-        if (!HeapLock(heaps[i])) {
+    for (HANDLE heap : heaps) {
+        if (!HeapLock(heap)) {
             continue;
         }
         PROCESS_HEAP_ENTRY entry{};
-        while (HeapWalk(heaps[i], &entry)) {
+        while (HeapWalk(heap, &entry)) {
             if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) {
                 busy += entry.cbData;
             }
         }
-        HeapUnlock(heaps[i]);
+        HeapUnlock(heap);
     }
-    return true;
+    return !heaps.empty();
 }
 
 // Open kernel handles counted one by one: Wine answers GetProcessHandleCount with 0. Handle
@@ -78,27 +73,6 @@ uint64_t ProbedHandles() {
     return count;
 }
 
-struct WindowCount {
-    DWORD process;
-    uint64_t count = 0;
-};
-
-BOOL CALLBACK CountChild(HWND, LPARAM l) {
-    ++reinterpret_cast<WindowCount*>(l)->count;
-    return TRUE;
-}
-
-BOOL CALLBACK CountTopLevel(HWND window, LPARAM l) {
-    auto* c = reinterpret_cast<WindowCount*>(l);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    if (process == c->process) {
-        ++c->count;
-        EnumChildWindows(window, CountChild, l);
-    }
-    return TRUE;
-}
-
 }  // namespace
 
 bool ResourcesCommand(Host& host, const CommandArgs&, std::string&) {
@@ -114,10 +88,19 @@ bool ResourcesCommand(Host& host, const CommandArgs&, std::string&) {
     const DWORD gdi = GetGuiResources(self, GR_GDIOBJECTS);
     uint64_t heap = 0;
     const bool heapAnswered = HeapBytes(heap);
-    WindowCount windows{GetCurrentProcessId()};
-    EnumWindows(CountTopLevel, reinterpret_cast<LPARAM>(&windows));
+    uint64_t windows = 0;
+    for (HWND window : OwnWindows()) {
+        ++windows;
+        EnumChildWindows(
+            window,
+            [](HWND, LPARAM l) {
+                ++*reinterpret_cast<uint64_t*>(l);
+                return TRUE;
+            },
+            reinterpret_cast<LPARAM>(&windows));
+    }
 
-    host.output.Print("RESOURCES windows=" + std::to_string(windows.count) +
+    host.output.Print("RESOURCES windows=" + std::to_string(windows) +
                       " private=" + Count(memoryAnswered, memory.PrivateUsage) +
                       " workingSet=" + Count(memoryAnswered, memory.WorkingSetSize) +
                       " committed=" + std::to_string(CommittedPrivate()) + " heap=" +

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "dialog_framework/controls.h"
 #include "fields.h"
 #include "host.h"
 #include "host/text/utf8.h"
@@ -63,16 +64,10 @@ void PumpMessages() {
 }  // namespace
 
 bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
-    size_t index = 0;
-    const RegisteredTransport* transport = nullptr;
-    if (!FindProfile(host, args[0], index, transport, error))
+    const std::optional<ProfileTarget> target = FindProfile(host, args[0], true, error);
+    if (!target)
         return false;
-    if (transport->send == nullptr) {
-        error = "the transport of profile " + Utf8(args[0]) + " is not registered";
-        return false;
-    }
-    const StoredProfile profile = host.profiles.Records()[index];
-    const std::vector<uint8_t> record = RecordBytes(profile);
+    const std::vector<uint8_t> record = RecordBytes(target->profile);
 
     const std::wstring& text = args[1];
     std::vector<std::wstring> numbers(args.begin() + 2, args.end());
@@ -88,7 +83,7 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
     if (previous != nullptr && IsWindow(previous))
         DestroyWindow(previous);
     previous = nullptr;
-    HWND window = CreateSendWindow(L"Wysyłanie SMS: " + profile.name);
+    HWND window = CreateSendWindow(L"Wysyłanie SMS: " + target->profile.name);
     previous = window;
     if (window == nullptr) {
         error = "the send window could not be created (no display?)";
@@ -104,23 +99,19 @@ bool SendSms(Host& host, const CommandArgs& args, std::string& error) {
     request.messageText = text.c_str();
     request.progressList = GetDlgItem(window, kListId);
 
-    host.output.Trace("SEND-CALL profile=" + Quote(profile.name) +
+    host.output.Trace("SEND-CALL profile=" + Quote(target->profile.name) +
                       " bytes=" + HexBytes(record.data(), record.size()) +
                       " recipients=" + std::to_string(recipients.size()));
     const DWORD started = GetTickCount();
-    const intptr_t result = transport->send(&request);
+    const intptr_t result = target->transport->send(&request);
     const DWORD elapsed = GetTickCount() - started;
     PumpMessages();
 
-    HWND list = GetDlgItem(window, kListId);
-    const LRESULT count = SendMessageW(list, LB_GETCOUNT, 0, 0);
-    for (LRESULT i = 0; i < count; ++i) {
-        const LRESULT size = SendMessageW(list, LB_GETTEXTLEN, static_cast<WPARAM>(i), 0);
-        std::wstring line(static_cast<size_t>(size > 0 ? size : 0) + 1, L'\0');
-        SendMessageW(list, LB_GETTEXT, static_cast<WPARAM>(i),
-                     reinterpret_cast<LPARAM>(line.data()));
-        line.resize(std::wcslen(line.c_str()));
-        host.output.Print("SEND-LINE index=" + std::to_string(i) + " text=" + Quote(line));
+    dlg::ListBox list;
+    list.Attach(GetDlgItem(window, kListId));
+    for (int i = 0; i < list.Count(); ++i) {
+        host.output.Print("SEND-LINE index=" + std::to_string(i) +
+                          " text=" + Quote(list.ItemText(i)));
     }
     for (size_t i = 0; i < numbers.size(); ++i) {
         host.output.Print("SEND-RECIPIENT index=" + std::to_string(i) +

@@ -79,6 +79,31 @@ void CheckReserved(ServiceCall& call, const void* record,
     }
 }
 
+// The checked record behind the first argument, its fields described and its reserved ones
+// checked, then the second argument as the service reads it; null when it is refused.
+template <class Record, class Describe>
+const Record* DecodeRecord(ServiceCall& call, Describe describe,
+                           std::initializer_list<ReservedField> reserved,
+                           const std::string& second) {
+    const Record* record = CheckedRecord<Record>(call);
+    if (record != nullptr) {
+        call.args += describe(*record);
+        CheckReserved(call, record, reserved);
+    }
+    call.args += second;
+    return record;
+}
+
+// A plug-in's text, or empty for a null pointer.
+std::wstring TextOf(const wchar_t* text) {
+    return text != nullptr ? text : L"";
+}
+
+// A plug-in's text kept as given, a null pointer too.
+OptionalText Kept(const wchar_t* text) {
+    return text != nullptr ? OptionalText(text) : std::nullopt;
+}
+
 std::wstring ModuleFileName(HMODULE module) {
     wchar_t path[MAX_PATH * 2];
     const DWORD length = GetModuleFileNameW(module, path, MAX_PATH * 2);
@@ -86,25 +111,20 @@ std::wstring ModuleFileName(HMODULE module) {
 }
 
 intptr_t Log(ServiceCall& call) {
-    const LogEntry* entry = CheckedRecord<LogEntry>(call);
-    if (entry != nullptr) {
-        call.args += " kind=" + std::to_string(entry->kind) +
-                     " source=" + QuoteOrNull(entry->source) +
-                     " message=" + QuoteOrNull(entry->message);
-        CheckReserved(call, entry, {TARNIK_RESERVED(LogEntry, reserved24)});
-    }
-    call.args += " second=" + Number(call.second);
+    const LogEntry* entry = DecodeRecord<LogEntry>(
+        call,
+        [](const LogEntry& e) {
+            return " kind=" + std::to_string(e.kind) + " source=" + QuoteOrNull(e.source) +
+                   " message=" + QuoteOrNull(e.message);
+        },
+        {TARNIK_RESERVED(LogEntry, reserved24)}, " second=" + Number(call.second));
     if (entry == nullptr) {
         return -1;
     }
     LogRecord record;
     record.kind = entry->kind;
-    if (entry->source != nullptr) {
-        record.source = entry->source;
-    }
-    if (entry->message != nullptr) {
-        record.message = entry->message;
-    }
+    record.source = Kept(entry->source);
+    record.message = Kept(entry->message);
     std::string error;
     if (!call.host.log.Append(record, error)) {
         Warn(error);
@@ -113,16 +133,16 @@ intptr_t Log(ServiceCall& call) {
 }
 
 intptr_t GetMyConfigFile(ServiceCall& call) {
-    const auto* request = CheckedRecord<SettingsPathRequest>(call);
-    if (request != nullptr) {
-        call.args += std::string(" buffer=") + (request->buffer ? "present" : "null") +
-                     " capacity=" + std::to_string(request->capacity);
-        CheckReserved(call, request,
-                      {TARNIK_RESERVED(SettingsPathRequest, reserved4),
-                       TARNIK_RESERVED(SettingsPathRequest, reserved20),
-                       TARNIK_RESERVED(SettingsPathRequest, reserved24)});
-    }
-    call.args += " instance=" + Pointer(call.second);
+    const auto* request = DecodeRecord<SettingsPathRequest>(
+        call,
+        [](const SettingsPathRequest& r) {
+            return std::string(" buffer=") + (r.buffer ? "present" : "null") +
+                   " capacity=" + std::to_string(r.capacity);
+        },
+        {TARNIK_RESERVED(SettingsPathRequest, reserved4),
+         TARNIK_RESERVED(SettingsPathRequest, reserved20),
+         TARNIK_RESERVED(SettingsPathRequest, reserved24)},
+        " instance=" + Pointer(call.second));
     if (request == nullptr) {
         return -1;
     }
@@ -150,12 +170,14 @@ intptr_t GetMyConfigFile(ServiceCall& call) {
     return 0;
 }
 
-SettingsObject* FindSettings(ServiceCall& call) {
+// The settings object of the handle, then the second argument as the service reads it.
+SettingsObject* FindSettings(ServiceCall& call, const std::string& second) {
     call.args += " handle=" + Number(call.first);
     SettingsObject* object = call.host.settings.Find(call.first);
     if (object == nullptr) {
         Refuse(call, "unknown handle");
     }
+    call.args += second;
     return object;
 }
 
@@ -170,8 +192,7 @@ intptr_t SettingsInit(ServiceCall& call) {
 }
 
 intptr_t SettingsRead(ServiceCall& call) {
-    SettingsObject* object = FindSettings(call);
-    call.args += " second=" + Number(call.second);
+    SettingsObject* object = FindSettings(call, " second=" + Number(call.second));
     if (object == nullptr) {
         return -1;
     }
@@ -183,8 +204,7 @@ intptr_t SettingsRead(ServiceCall& call) {
 }
 
 intptr_t SettingsWrite(ServiceCall& call) {
-    SettingsObject* object = FindSettings(call);
-    call.args += " second=" + Number(call.second);
+    SettingsObject* object = FindSettings(call, " second=" + Number(call.second));
     if (object == nullptr) {
         return -1;
     }
@@ -197,8 +217,7 @@ intptr_t SettingsWrite(ServiceCall& call) {
 }
 
 intptr_t SettingsDestroy(ServiceCall& call) {
-    SettingsObject* object = FindSettings(call);
-    call.args += " instance=" + Pointer(call.second);
+    SettingsObject* object = FindSettings(call, " instance=" + Pointer(call.second));
     if (object == nullptr) {
         return -1;
     }
@@ -210,20 +229,18 @@ intptr_t SettingsDestroy(ServiceCall& call) {
 }
 
 intptr_t MenuAdd(ServiceCall& call) {
-    const MenuItemDef* item = CheckedRecord<MenuItemDef>(call);
-    if (item != nullptr) {
-        call.args += " itemId=" + QuoteOrNull(item->itemId) +
-                     " parent=" + QuoteOrNull(item->parentMenu) +
-                     " caption=" + QuoteOrNull(item->caption) +
-                     " position=" + std::to_string(item->position) +
-                     " callback=" + Code(item->callback) + " instance=" + Where(item->instance);
-        CheckReserved(
-            call, item,
-            {TARNIK_RESERVED(MenuItemDef, reserved4), TARNIK_RESERVED(MenuItemDef, reserved32),
-             TARNIK_RESERVED(MenuItemDef, reserved48), TARNIK_RESERVED(MenuItemDef, reserved64),
-             TARNIK_RESERVED(MenuItemDef, reserved88)});
-    }
-    call.args += " second=" + Number(call.second);
+    const MenuItemDef* item = DecodeRecord<MenuItemDef>(
+        call,
+        [](const MenuItemDef& i) {
+            return " itemId=" + QuoteOrNull(i.itemId) + " parent=" + QuoteOrNull(i.parentMenu) +
+                   " caption=" + QuoteOrNull(i.caption) +
+                   " position=" + std::to_string(i.position) + " callback=" + Code(i.callback) +
+                   " instance=" + Where(i.instance);
+        },
+        {TARNIK_RESERVED(MenuItemDef, reserved4), TARNIK_RESERVED(MenuItemDef, reserved32),
+         TARNIK_RESERVED(MenuItemDef, reserved48), TARNIK_RESERVED(MenuItemDef, reserved64),
+         TARNIK_RESERVED(MenuItemDef, reserved88)},
+        " second=" + Number(call.second));
     if (item == nullptr) {
         return -1;
     }
@@ -231,12 +248,8 @@ intptr_t MenuAdd(ServiceCall& call) {
         Refuse(call, "no item id");
         return -1;
     }
-    MenuEntry entry{item->itemId,
-                    item->parentMenu ? item->parentMenu : L"",
-                    item->caption ? item->caption : L"",
-                    item->position,
-                    item->callback,
-                    item->instance};
+    MenuEntry entry{item->itemId,   TextOf(item->parentMenu), TextOf(item->caption),
+                    item->position, item->callback,           item->instance};
     if (call.host.registered.Keep(entry)) {
         call.outcome += " replaced=1";
     }
@@ -244,20 +257,20 @@ intptr_t MenuAdd(ServiceCall& call) {
 }
 
 intptr_t SmstRegister(ServiceCall& call) {
-    const SmstTransportInfo* info = CheckedRecord<SmstTransportInfo>(call);
-    if (info != nullptr) {
-        call.args += " transportId=" + QuoteOrNull(info->transportId) +
-                     " displayName=" + QuoteOrNull(info->displayName) +
-                     " number10=" + std::to_string(info->number10) +
-                     " maxSingleText=" + std::to_string(info->maxSingleText) +
-                     " number50=" + std::to_string(info->number50) + " send=" + Code(info->send) +
-                     " configure=" + Code(info->configure);
-        CheckReserved(call, info,
-                      {TARNIK_RESERVED(SmstTransportInfo, reserved4),
-                       TARNIK_RESERVED(SmstTransportInfo, reserved24),
-                       TARNIK_RESERVED(SmstTransportInfo, reserved64)});
-    }
-    call.args += " second=" + Number(call.second);
+    const SmstTransportInfo* info = DecodeRecord<SmstTransportInfo>(
+        call,
+        [](const SmstTransportInfo& i) {
+            return " transportId=" + QuoteOrNull(i.transportId) +
+                   " displayName=" + QuoteOrNull(i.displayName) +
+                   " number10=" + std::to_string(i.number10) +
+                   " maxSingleText=" + std::to_string(i.maxSingleText) +
+                   " number50=" + std::to_string(i.number50) + " send=" + Code(i.send) +
+                   " configure=" + Code(i.configure);
+        },
+        {TARNIK_RESERVED(SmstTransportInfo, reserved4),
+         TARNIK_RESERVED(SmstTransportInfo, reserved24),
+         TARNIK_RESERVED(SmstTransportInfo, reserved64)},
+        " second=" + Number(call.second));
     if (info == nullptr) {
         return -1;
     }
@@ -266,7 +279,7 @@ intptr_t SmstRegister(ServiceCall& call) {
         return -1;
     }
     // Copies: the plug-in's texts may be gone by the time the user picks the transport.
-    RegisteredTransport transport{info->transportId, info->displayName ? info->displayName : L"",
+    RegisteredTransport transport{info->transportId, TextOf(info->displayName),
                                   info->number10,    info->maxSingleText,
                                   info->number50,    info->send,
                                   info->configure};
@@ -337,33 +350,26 @@ intptr_t SmstEnumerate(ServiceCall& call) {
 }
 
 intptr_t ArWriteSms(ServiceCall& call) {
-    const ArchiveSmsRecord* sms = CheckedRecord<ArchiveSmsRecord>(call);
-    if (sms != nullptr) {
-        call.args += " text=" + QuoteOrNull(sms->text) + " meta=" + QuoteOrNull(sms->meta) +
-                     " number=" + QuoteOrNull(sms->number) +
-                     " direction=" + std::to_string(sms->direction) +
-                     " time=" + std::to_string(sms->time);
-        CheckReserved(call, sms,
-                      {TARNIK_RESERVED(ArchiveSmsRecord, reserved4),
-                       TARNIK_RESERVED(ArchiveSmsRecord, reserved36),
-                       TARNIK_RESERVED(ArchiveSmsRecord, reserved)});
-    }
-    call.args += " second=" + Number(call.second);
+    const ArchiveSmsRecord* sms = DecodeRecord<ArchiveSmsRecord>(
+        call,
+        [](const ArchiveSmsRecord& r) {
+            return " text=" + QuoteOrNull(r.text) + " meta=" + QuoteOrNull(r.meta) +
+                   " number=" + QuoteOrNull(r.number) +
+                   " direction=" + std::to_string(r.direction) + " time=" + std::to_string(r.time);
+        },
+        {TARNIK_RESERVED(ArchiveSmsRecord, reserved4),
+         TARNIK_RESERVED(ArchiveSmsRecord, reserved36),
+         TARNIK_RESERVED(ArchiveSmsRecord, reserved)},
+        " second=" + Number(call.second));
     if (sms == nullptr) {
         return -1;
     }
     ArchivedSms record;
     record.size = sms->size;
     record.reserved4 = sms->reserved4;
-    if (sms->text != nullptr) {
-        record.text = sms->text;
-    }
-    if (sms->meta != nullptr) {
-        record.meta = sms->meta;
-    }
-    if (sms->number != nullptr) {
-        record.number = sms->number;
-    }
+    record.text = Kept(sms->text);
+    record.meta = Kept(sms->meta);
+    record.number = Kept(sms->number);
     record.direction = sms->direction;
     record.reserved36 = sms->reserved36;
     record.time = sms->time;

@@ -87,11 +87,13 @@ bool ParseBlock(const std::vector<std::wstring>& words, size_t& next, size_t dep
         }
         Step step;
         step.command = command;
-        while (step.args.size() < command->maxArgs && next < words.size() &&
-               (step.args.size() < command->minArgs || !StartsSomething(words[next], inBlock))) {
+        size_t least = 0, most = 0;
+        ArgumentCounts(*command, least, most);
+        while (step.args.size() < most && next < words.size() &&
+               (step.args.size() < least || !StartsSomething(words[next], inBlock))) {
             step.args.push_back(words[next++]);
         }
-        if (step.args.size() < command->minArgs) {
+        if (step.args.size() < least) {
             error = name + " needs " + command->arguments;
             return false;
         }
