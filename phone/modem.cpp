@@ -269,6 +269,12 @@ void Modem::Answer(const std::string& raw, const std::string& line, size_t at,
     Reply(reply, key);
 }
 
+// A command carried out by one of the processor's own members.
+template <auto method>
+auto Call(Modem& modem, const std::string& suffix) {
+    return (modem.*method)(suffix);
+}
+
 struct Modem::Command {
     const char* names;      // after "AT", one or more separated by blanks
     const char* arguments;  // what may follow the name, for the help
@@ -408,17 +414,13 @@ const std::vector<Modem::Command>& Modem::Commands() {
                          });
          }},
         {"+CPMS", "?|=<mem1>[,<mem2>[,<mem3>]]", "storages ME, SM, MT (both), SR (reports)",
-         [](Modem& m, const std::string& s) { return m.Cpms(s); }},
+         Call<&Modem::Cpms>},
         {"+CNMI", "?|=<mode>,<mt>,<bm>,<ds>,<bfr>", "reports as +CDS (ds 1) or +CDSI (ds 2)",
-         [](Modem& m, const std::string& s) { return m.Cnmi(s); }},
-        {"+CMGL", "[=<stat>]", "lists <mem1>, 4 for every message",
-         [](Modem& m, const std::string& s) { return m.Cmgl(s); }},
-        {"+CMGR", "=<index>", "reads one message of <mem1>",
-         [](Modem& m, const std::string& s) { return m.Cmgr(s); }},
-        {"+CMGD", "=<index>[,<flag>]", "deletes one, or by status with <flag>",
-         [](Modem& m, const std::string& s) { return m.Cmgd(s); }},
-        {"+CMGS", "=<length>", "PDU after \"> \"; Ctrl-Z sends, Esc cancels",
-         [](Modem& m, const std::string& s) { return m.Cmgs(s); }},
+         Call<&Modem::Cnmi>},
+        {"+CMGL", "[=<stat>]", "lists <mem1>, 4 for every message", Call<&Modem::Cmgl>},
+        {"+CMGR", "=<index>", "reads one message of <mem1>", Call<&Modem::Cmgr>},
+        {"+CMGD", "=<index>[,<flag>]", "deletes one, or by status with <flag>", Call<&Modem::Cmgd>},
+        {"+CMGS", "=<length>", "PDU after \"> \"; Ctrl-Z sends, Esc cancels", Call<&Modem::Cmgs>},
     };
     return kCommands;
 }
